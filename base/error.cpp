@@ -1,0 +1,178 @@
+#include <tessel/base/error.h>
+
+#include "base/error_messages.h"
+#include "base/error_record.h"
+
+#include <memory>
+#include <utility>
+
+namespace {
+
+WideString InternalErrorText(const char16_t* tag, const char16_t* message)
+{
+    WideString text;
+    text.Format(LookUp(internalErrorMessage), tag, message);
+    return text;
+}
+
+// The text of a layer that came without one.
+WideString TextOfCode(std::uint32_t code)
+{
+    switch (code) {
+    case Error::cancelled:
+        return InternalErrorText(u"error", u"user-cancel-display");
+    case Error::interrupted:
+        return InternalErrorText(u"error", u"interrupt-display");
+    case Error::badFormat:
+        return LookUp(dataFormatMessage);
+    default:
+        return {};
+    }
+}
+
+} // namespace
+
+Error::Error(const Error& other) noexcept : record(other.record)
+{
+    if (record != nullptr)
+        record->refCount.fetch_add(1, std::memory_order_relaxed);
+}
+
+Error::Error(Error&& other) noexcept : record(std::exchange(other.record, nullptr)) { }
+
+Error::~Error()
+{
+    if (record != nullptr && record->refCount.fetch_sub(1, std::memory_order_acq_rel) == 1)
+        delete record;
+}
+
+Error& Error::operator=(const Error& other) noexcept // NOLINT(bugprone-unhandled-self-assignment)
+{
+    Error copy(other);
+    std::swap(record, copy.record);
+    return *this;
+}
+
+Error& Error::operator=(Error&& other) noexcept
+{
+    std::swap(record, other.record);
+    return *this;
+}
+
+void Error::MakeWritable(bool keepContents)
+{
+    if (record != nullptr && !record->IsShared())
+        return;
+    auto fresh = std::make_unique<Record>();
+    if (keepContents && record != nullptr) {
+        fresh->version = record->version;
+        fresh->data = record->data;
+        fresh->layers = record->layers;
+        fresh->details = record->details;
+        fresh->shownLayer = record->shownLayer;
+    }
+    Error replaced;
+    replaced.record = std::exchange(record, fresh.release());
+}
+
+void Error::AddLayer(std::uint32_t code, const WideString& text, bool show)
+{
+    MakeWritable(true);
+    if (code == sameCode && !record->layers.empty())
+        code = record->layers.back().code;
+    record->layers.push_back({code, text.IsEmpty() ? TextOfCode(code) : text});
+    if (show)
+        record->shownLayer = static_cast<std::uint32_t>(record->layers.size() - 1);
+}
+
+void Error::AddInternalErrorLayer(const char* format, std::uint32_t code, const char* tag, ...)
+{
+    std::va_list list;
+    va_start(list, tag);
+    AddInternalErrorLayerV(format, code, tag, list);
+    va_end(list);
+}
+
+void Error::AddInternalErrorLayerV(const char* format, std::uint32_t code, const char* tag, std::va_list list)
+{
+    WideString message;
+    message.PrintfV(WideString(format).c_str(), list);
+    AddLayer(code, InternalErrorText(WideString(tag).c_str(), message.c_str()), true);
+}
+
+void Error::Clear() noexcept
+{
+    if (record == nullptr || record->layers.empty())
+        return;
+    if (record->IsShared()) {
+        *this = Error();
+        return;
+    }
+    record->layers.clear();
+    record->details.Clear();
+    record->shownLayer = Record::noLayer;
+}
+
+bool Error::TranslateIndex(std::uint32_t& index) const noexcept
+{
+    if (index >= GetLayerCount())
+        return false;
+    index = GetLayerCount() - index - 1;
+    return true;
+}
+
+std::uint32_t Error::GetLayerCount() const noexcept
+{
+    return record != nullptr ? static_cast<std::uint32_t>(record->layers.size()) : 0;
+}
+
+std::uint32_t Error::GetLayerCode(std::uint32_t index) const noexcept
+{
+    return TranslateIndex(index) ? record->layers[index].code : 0;
+}
+
+WideString Error::GetLayerText(std::uint32_t index) const noexcept
+{
+    return TranslateIndex(index) ? record->layers[index].text : WideString();
+}
+
+bool Error::HasCode(std::uint32_t code) const noexcept
+{
+    for (std::uint32_t i = 0; i < GetLayerCount(); ++i)
+        if (record->layers[i].code == code)
+            return true;
+    return false;
+}
+
+WideString Error::GetDetails() const noexcept
+{
+    return record != nullptr ? record->details : WideString();
+}
+
+void Error::SetDetails(const WideString& details)
+{
+    MakeWritable(true);
+    record->details = details;
+}
+
+WideString Error::Format() const
+{
+    const std::uint32_t shown = record != nullptr ? record->shownLayer : Record::noLayer;
+    WideString result = GetLayerText(0);
+    if (result.IsEmpty() && shown == Record::noLayer) {
+        const std::uint32_t code = GetLayerCode(0);
+        if (code == 0 || code == cancelled)
+            return result;
+        result.Printf(u"%08x", code);
+    }
+    // An index from an archive may point nowhere.
+    if (shown < GetLayerCount() && shown != GetLayerCount() - 1) {
+        result.Append(u'\n');
+        result += record->layers[shown].text;
+    }
+    if (record != nullptr && !record->details.IsEmpty()) {
+        result.Append(u'\n', result.IsEmpty() ? 1 : 2);
+        result += record->details;
+    }
+    return result;
+}

@@ -1,0 +1,39 @@
+// Libraries: client modules as factories that know their classes without being in memory.
+#pragma once
+
+#include <tessel/object/factory.h>
+
+namespace Object {
+
+// One client module. Asking it for what it offers loads nothing; making an object does.
+struct Library : Face<StaticFactory, DynamicFactory> {
+    static constexpr Iid iid = u"IID_Object::Library"_iid;
+
+    struct Creator;
+
+    // The full path of the module's file.
+    virtual WideString GetPath() = 0;
+};
+
+// "CID_Object::Library_Creator" gives one.
+struct Library::Creator : Face<> {
+    static constexpr Iid iid = u"IID_Object::Library::Creator"_iid;
+
+    // Loads the module now, to see what it offers. Null if the file is no module of this system, or offers
+    // nothing; why is told by GetLoadFailure.
+    virtual FacePtr<Library> Create(const WideString& path) = 0;
+    // From lists that are known already; the file is not touched.
+    virtual FacePtr<Library> CreateCached(
+        const WideString& path, const ClassInfoList& classes, const TypeSet& types) = 0;
+    // The file's last write time as 16 hexadecimal digits, the low word first; empty if there is no such
+    // file.
+    virtual WideString GetStamp(const WideString& path) = 0;
+};
+
+constexpr const char16_t* libraryCreatorClass = u"CID_Object::Library_Creator";
+
+// Why the calling thread's last attempt to load a module failed, in the words of the system's loader; empty
+// if it did not. For tools and logs: it is not translated.
+TESSEL_API WideString GetLoadFailure();
+
+} // namespace Object

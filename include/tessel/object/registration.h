@@ -1,0 +1,51 @@
+// FactoryRegistration: puts a factory on its module's list before any code of the module has run.
+//
+//     static const Object::FactoryRegistration lamps = Object::FactoryRegistration::Of<LampFactory>("demo");
+#pragma once
+
+#include <tessel/module.h>
+#include <tessel/object/factory.h>
+#include <tessel/object/impl.h>
+#include <tessel/object/system_main.h>
+
+namespace Object {
+
+// A static object, one for each factory class. The two fields are what modules built apart share: the chain
+// is what "Module_GetStaticList" returns.
+class TESSEL_HIDDEN FactoryRegistration {
+public:
+    // The references that a module keeps to its own factories say nothing of whether it is in use.
+    struct TESSEL_HIDDEN NoLocker {
+        static constexpr LiveObjects* liveObjects = nullptr;
+        static void Lock() noexcept { }
+        static void Unlock() noexcept { }
+    };
+
+    template <class F>
+    class TESSEL_HIDDEN FactoryImpl final : public ImplHeap<F, FactoryImpl<F>, NoLocker> {
+    };
+
+    // Registers a new factory of class F, which derives from StaticFactory, DynamicFactory or both. Throws
+    // "Cast<%s>" with the tag if it is no Factory.
+    template <class F>
+    static FactoryRegistration Of(const char* tag)
+    {
+        return FactoryRegistration(MakeFace<FactoryImpl<F>>().template Cast<Factory>(tag));
+    }
+    FactoryRegistration(const FactoryRegistration&) = delete;
+    FactoryRegistration& operator=(const FactoryRegistration&) = delete;
+    ~FactoryRegistration() = default;
+
+    FactoryRegistration* next;
+    FacePtr<Factory> factory; // null once the system that it was registered with has stopped
+
+private:
+    explicit FactoryRegistration(FacePtr<Factory> registered) noexcept
+        : next(Module::GetStaticList()), factory(std::move(registered))
+    {
+        Module::Register(this, &SystemMain);
+    }
+};
+static_assert(sizeof(FactoryRegistration) == 2 * sizeof(void*));
+
+} // namespace Object

@@ -1,0 +1,38 @@
+#include "object/dll.h"
+
+#include <tessel/module.h>
+#include <tessel/object/impl.h>
+
+namespace Object {
+
+FacePtr<Dll> Dll::Load(const WideString& path)
+{
+    const std::uint32_t oldMode = Platform::SetErrorMode(Platform::SEM_FAILCRITICALERRORS);
+    const Platform::Module loaded =
+        Platform::LoadLibraryExW(path.c_str(), Platform::LOAD_WITH_ALTERED_SEARCH_PATH);
+    Platform::SetErrorMode(oldMode);
+    if (loaded == Platform::NULL_MODULE)
+        return nullptr;
+    void* const unlocked = Platform::GetProcAddress(loaded, "Module_IsUnlocked");
+    void* const list =
+        unlocked != nullptr ? Platform::GetProcAddress(loaded, "Module_GetStaticList") : nullptr;
+    if (list == nullptr) {
+        Platform::FreeLibrary(loaded);
+        return nullptr;
+    }
+    return MakeFace<Impl<Dll, Module>>(
+        loaded, reinterpret_cast<IsUnlockedExport>(unlocked), reinterpret_cast<StaticListExport>(list));
+}
+
+Dll::~Dll()
+{
+    if (isUnlocked(0))
+        Platform::FreeLibrary(module);
+}
+
+bool Dll::IsUnlocked(std::uint32_t idleMilliseconds) const
+{
+    return isUnlocked(idleMilliseconds) && !Platform::CallStackEnters(module);
+}
+
+} // namespace Object

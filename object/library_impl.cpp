@@ -1,0 +1,150 @@
+#include "object/library_impl.h"
+
+#include "object/match.h"
+#include <tessel/base/error.h>
+#include <tessel/module.h>
+
+namespace Object {
+
+namespace {
+
+constexpr std::uint32_t idleMilliseconds = 600000; // ten minutes, for a cleanup that is not forced
+
+} // namespace
+
+LibraryImpl::LibraryImpl(
+    const WideString& itsPath, const ClassInfoList& knownClasses, const TypeSet& knownTypes)
+    : path(itsPath),
+      compound(MakeFace<Impl<CompoundFactory, Module>>()),
+      classes(knownClasses),
+      types(knownTypes)
+{
+}
+
+// The module goes before the compound that held its factories.
+LibraryImpl::~LibraryImpl()
+{
+    dll = nullptr;
+}
+
+FacePtr<Impl<LibraryImpl, Module>> LibraryImpl::Make(
+    const WideString& path, const ClassInfoList& classes, const TypeSet& types)
+{
+    auto made = MakeFace<Impl<LibraryImpl, Module>>(path, classes, types);
+    made->manager->AddItem(made.Get());
+    return made;
+}
+
+FacePtr<Library> LibraryImpl::Create(const WideString& path)
+{
+    const auto made = Make(path, {}, {});
+    return made->Load(false) ? FacePtr<Library>(made) : nullptr;
+}
+
+FacePtr<Library> LibraryImpl::CreateCached(
+    const WideString& path, const ClassInfoList& classes, const TypeSet& types)
+{
+    return Make(path, classes, types);
+}
+
+// Without `must` the lists are read anew from a module that had to be loaded, and one that offers nothing is
+// let go again.
+FacePtr<Dll> LibraryImpl::Load(bool must)
+{
+    const SectionLock lock(section);
+    if (!dll) {
+        dll = Dll::Load(path);
+        if (dll)
+            for (auto* node = dll->GetStaticList(); node != nullptr; node = node->next)
+                compound->AddFactory(node->factory);
+        if (dll && !must) {
+            classes.clear();
+            types.clear();
+            compound->ListClasses(classes);
+            compound->ListTypes(types);
+            if (classes.empty() && types.empty())
+                dll = nullptr;
+        }
+    }
+    if (must && !dll)
+        throw Error("objlib-noload(%s)", "object", path);
+    return dll;
+}
+
+void LibraryImpl::CreateObject(const Clsid& clsid, const char16_t* wanted, FacePtr<BaseFace>& out)
+{
+    struct Busy {
+        explicit Busy(std::atomic<std::uint32_t>& calls) noexcept : count(calls) { ++count; }
+        ~Busy() { --count; }
+        Busy(const Busy&) = delete;
+        Busy& operator=(const Busy&) = delete;
+        std::atomic<std::uint32_t>& count;
+    };
+    // Raised before the Dll is asked for: a cleanup that still sees 0 holds the section, and Load then finds
+    // the module gone and loads it anew. Lowered last, when the object made is counted by its module.
+    const Busy raised(busy);
+    const FacePtr<Dll> held = Load(true);
+    compound->CreateObject(clsid, wanted, out);
+}
+
+void LibraryImpl::CreateInstance(const Clsid& clsid, FacePtr<BaseFace>& out)
+{
+    CreateObject(clsid, BaseFace::iid, out);
+}
+
+void LibraryImpl::ListClasses(ClassInfoList& out)
+{
+    const SectionLock lock(section);
+    if (&out != &classes)
+        out = classes;
+}
+
+void LibraryImpl::ListTypes(TypeSet& out)
+{
+    const SectionLock lock(section);
+    out.insert(types.begin(), types.end());
+}
+
+bool LibraryImpl::ServesType(const Clsid& clsid)
+{
+    const SectionLock lock(section);
+    return types.contains(Head(clsid));
+}
+
+ClassInfo LibraryImpl::GetClassInfo(const Clsid& clsid)
+{
+    {
+        const SectionLock lock(section);
+        ClassInfo known = EntryOf(classes, clsid);
+        if (!known.clsid.IsEmpty())
+            return known;
+    }
+    if (!ServesType(clsid))
+        return {};
+    const FacePtr<Dll> held = Load(true);
+    return compound->GetClassInfo(clsid);
+}
+
+ClassInfoList LibraryImpl::FindClasses(const Clsid& pattern, const WideString& interface)
+{
+    if (ServesType(pattern)) {
+        const FacePtr<Dll> held = Load(true);
+        return compound->FindClasses(pattern, interface);
+    }
+    const SectionLock lock(section);
+    ClassInfoList found = classes;
+    found.remove_if([&](const ClassInfo& described) { return !IsWanted(described, pattern, interface); });
+    return found;
+}
+
+// The module leaves memory, with all its destructors, outside the section and when nobody holds the Dll.
+bool LibraryImpl::Cleanup(bool force)
+{
+    FacePtr<Dll> dropped;
+    const SectionLock lock(section);
+    if (dll && busy == 0 && dll->IsUnlocked(force ? 0 : idleMilliseconds))
+        dropped = std::move(dll);
+    return static_cast<bool>(dropped);
+}
+
+} // namespace Object

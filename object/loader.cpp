@@ -1,0 +1,127 @@
+#include "object/loader.h"
+
+#include "object/cache_file.h"
+#include "object/registration_cache.h"
+#include "platform/files.h"
+#include "platform/modules.h"
+#include "platform/text.h"
+#include <tessel/object/manager.h>
+
+#include <algorithm>
+#include <string_view>
+
+namespace Object {
+
+namespace {
+
+constexpr const char16_t* cacheName = u"autoreg.dat";
+
+// The path of the library up to and including its last backslash; empty if it has none.
+WideString OwnFolder()
+{
+    constexpr std::uint32_t characters = 32768;
+    WideString path;
+    char16_t* const target = path.CtorPrepareWriting(characters * sizeof(char16_t));
+    if (target == nullptr)
+        return {};
+    *target = 0;
+    Platform::GetModuleFileNameW(Platform::NULL_MODULE, target, characters);
+    const std::u16string_view text(target);
+    return {target, target + text.rfind(u'\\') + 1};
+}
+
+bool EndsInDll(std::u16string_view name)
+{
+    const std::size_t dot = name.rfind(u'.');
+    return dot != std::u16string_view::npos && Platform::_wcsicmp(name.data() + dot, u".dll") == 0;
+}
+
+bool HasSeparator(const WideString& name)
+{
+    return std::u16string_view(name.c_str()).find_first_of(u"\\/") != std::u16string_view::npos;
+}
+
+} // namespace
+
+Loader::Loader() : creator(Clsid(libraryCreatorClass))
+{
+    Scan(OwnFolder());
+}
+
+void Loader::Scan(const WideString& folder)
+{
+    bool dirty = !ReadCache(folder);
+    dirty = AddNewFiles(folder) || dirty;
+    if (dirty)
+        WriteCacheFile(folder, cacheName, FormatCache(DescribeLibraries(folder)));
+    const FacePtr<Manager> manager{Clsid(managerClass)};
+    for (const auto& [name, library] : libraries)
+        if (library)
+            manager->AddFactory(library.Cast<Factory>("tessel"));
+}
+
+// Takes over the records whose files are unchanged, the last one where a name stands repeatedly. False if
+// there is no sound cache.
+bool Loader::ReadCache(const WideString& folder)
+{
+    const auto records = ParseCache(ReadCacheFile(folder + cacheName));
+    if (!records)
+        return false;
+    std::map<WideString, WideString> stamps;
+    std::map<WideString, const CacheRecord*> valid;
+    for (const CacheRecord& record : *records) {
+        if (HasSeparator(record.name))
+            continue;
+        const auto [stamp, isNew] = stamps.try_emplace(record.name);
+        if (isNew)
+            stamp->second = creator->GetStamp(folder + record.name);
+        // A file that is gone has the empty stamp, and so might a record.
+        if (!stamp->second.IsEmpty() && stamp->second == record.stamp)
+            valid[record.name] = &record;
+    }
+    for (const auto& [name, record] : valid)
+        libraries[name] =
+            record->isModule ? creator->CreateCached(folder + name, record->classes, record->types) : nullptr;
+    return true;
+}
+
+// True if a file of the folder was not known yet. The search pattern is generous; the ending decides.
+bool Loader::AddNewFiles(const WideString& folder)
+{
+    bool found = false;
+    Platform::WIN32_FIND_DATAW file;
+    const Platform::Handle search = Platform::FindFirstFileW((folder + u"*.dll").c_str(), &file);
+    if (search == Platform::INVALID_HANDLE_VALUE)
+        return false;
+    struct Closer {
+        Platform::Handle handle;
+        ~Closer() { Platform::FindClose(handle); }
+    } const closer{search};
+    do {
+        const WideString name(file.cFileName);
+        if (!EndsInDll(name.c_str()) || libraries.contains(name))
+            continue;
+        libraries[name] = creator->Create(folder + name);
+        found = true;
+    } while (Platform::FindNextFileW(search, &file));
+    return found;
+}
+
+// Stamps are taken now and not when the file was loaded, as it may have changed meanwhile. A library that
+// would not be read as it is written is left out, and loaded again by the next process.
+std::vector<CacheRecord> Loader::DescribeLibraries(const WideString& folder) const
+{
+    std::vector<CacheRecord> records;
+    for (const auto& [name, library] : libraries) {
+        CacheRecord record{name, creator->GetStamp(folder + name), static_cast<bool>(library), {}, {}};
+        if (library) {
+            library->ListTypes(record.types);
+            library->ListClasses(record.classes);
+        }
+        if (IsStorable(record))
+            records.push_back(std::move(record));
+    }
+    return records;
+}
+
+} // namespace Object
