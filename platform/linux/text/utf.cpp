@@ -1,7 +1,9 @@
-// Conversion between UTF-8 and UTF-16.
+// Conversion between UTF-8 and UTF-16: runs of many characters at a time, and between them, where text is
+// invalid or an end is near, single characters.
 #include "platform/linux/text/utf.h"
 
 #include "platform/linux/text/utf_scalar.h"
+#include "platform/linux/text/utf_vector.h"
 #include "platform/text.h"
 
 #include <cstring>
@@ -12,6 +14,8 @@ namespace Utf {
 
 namespace {
 
+using Byte = unsigned char;
+
 constexpr unsigned UnitsOf(std::uint32_t code, char16_t) noexcept
 {
     return Utf16Units(code);
@@ -21,12 +25,15 @@ constexpr unsigned UnitsOf(std::uint32_t code, char) noexcept
     return Utf8Units(code);
 }
 
+// ---- Targets: one that is written, one that is only measured.
+
 template <class Unit>
 class Writer {
 public:
     Writer(Unit* target, std::size_t capacity) noexcept : start(target), next(target), end(target + capacity)
     {
     }
+
     bool Put(std::uint32_t code) noexcept
     {
         const unsigned units = UnitsOf(code, Unit{});
@@ -38,7 +45,24 @@ public:
     }
     std::size_t Written() const noexcept { return static_cast<std::size_t>(next - start); }
 
+    // Takes a run of the source, and gives what is left of it.
+    const Byte* Run(const Byte* source, const Byte* sourceEnd) noexcept
+    {
+        return Taken(Vector::ToUtf16(source, sourceEnd, next, end));
+    }
+    const char16_t* Run(const char16_t* source, const char16_t* sourceEnd) noexcept
+    {
+        return Taken(Vector::ToUtf8(source, sourceEnd, next, end));
+    }
+
 private:
+    template <class From>
+    const From* Taken(Vector::Run<From, Unit> run) noexcept
+    {
+        next = run.target;
+        return run.source;
+    }
+
     Unit* start;
     Unit* next;
     Unit* end;
@@ -54,50 +78,75 @@ public:
     }
     std::size_t Written() const noexcept { return units; }
 
+    const Byte* Run(const Byte* source, const Byte* sourceEnd) noexcept
+    {
+        return Taken(Vector::MeasureUtf16(source, sourceEnd));
+    }
+    const char16_t* Run(const char16_t* source, const char16_t* sourceEnd) noexcept
+    {
+        return Taken(Vector::MeasureUtf8(source, sourceEnd));
+    }
+
 private:
+    template <class From>
+    const From* Taken(Vector::Count<From> count) noexcept
+    {
+        units += count.units;
+        return count.source;
+    }
+
     std::size_t units = 0;
 };
 
 template <class Unit, class Target>
-Conversion Convert(const Unit* source, std::size_t units, Target target) noexcept
+Conversion Convert(const Unit* source, std::size_t units, Target target, Road road) noexcept
 {
-    std::size_t read = 0;
+    constexpr std::ptrdiff_t stretch = 16; // single characters until a run is tried again
+    const Unit* const start = source;
+    const Unit* const end = source + units;
     bool replaced = false;
-    while (read < units) {
-        const Character character = Decode(source + read, units - read);
-        if (!target.Put(character.code))
-            break;
-        read += character.length;
-        replaced |= !character.valid;
+    while (source != end) {
+        if (road == Road::Fastest && end - source >= stretch)
+            source = target.Run(source, end);
+        const Unit* const pause = end - source > stretch ? source + stretch : end;
+        while (source < pause) {
+            const Character character = Decode(source, static_cast<std::size_t>(end - source));
+            if (!target.Put(character.code))
+                return {static_cast<std::size_t>(source - start), target.Written(), replaced};
+            source += character.length;
+            replaced |= !character.valid;
+        }
     }
-    return {read, target.Written(), replaced};
+    return {units, target.Written(), replaced};
 }
 
-const unsigned char* Bytes(const char* source) noexcept
+const Byte* Bytes(const char* source) noexcept
 {
-    return reinterpret_cast<const unsigned char*>(source);
+    return reinterpret_cast<const Byte*>(source);
 }
 
 } // namespace
 
-Conversion ToUtf16(const char* source, std::size_t bytes, char16_t* target, std::size_t capacity) noexcept
+Conversion ToUtf16(
+    const char* source, std::size_t bytes, char16_t* target, std::size_t capacity, Road road) noexcept
 {
-    return Convert(Bytes(source), bytes, Writer<char16_t>(target, capacity));
+    return Convert(Bytes(source), bytes, Writer<char16_t>(target, capacity), road);
 }
 
-Conversion ToUtf8(const char16_t* source, std::size_t chars, char* target, std::size_t capacity) noexcept
+Conversion ToUtf8(
+    const char16_t* source, std::size_t chars, char* target, std::size_t capacity, Road road) noexcept
 {
-    return Convert(source, chars, Writer<char>(target, capacity));
+    return Convert(source, chars, Writer<char>(target, capacity), road);
 }
 
-Conversion MeasureUtf16(const char* source, std::size_t bytes) noexcept
+Conversion MeasureUtf16(const char* source, std::size_t bytes, Road road) noexcept
 {
-    return Convert(Bytes(source), bytes, Counter<char16_t>{});
+    return Convert(Bytes(source), bytes, Counter<char16_t>{}, road);
 }
 
-Conversion MeasureUtf8(const char16_t* source, std::size_t chars) noexcept
+Conversion MeasureUtf8(const char16_t* source, std::size_t chars, Road road) noexcept
 {
-    return Convert(source, chars, Counter<char>{});
+    return Convert(source, chars, Counter<char>{}, road);
 }
 
 } // namespace Utf
