@@ -52,7 +52,7 @@ constexpr auto Passed(const Argument& argument) noexcept
     else if constexpr (requires { argument.c_str(); })
         return argument.c_str();
     else
-        return static_cast<std::decay_t<Argument>>(argument);
+        return static_cast<std::decay_t<const Argument>>(argument);
 }
 
 // Walks a format and checks it against the slots of the arguments. A fault ends in a throw, which a

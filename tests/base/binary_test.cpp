@@ -1,0 +1,148 @@
+#include "tests/allocation_plan.h"
+#include <tessel/base/binary.h>
+
+#include <gtest/gtest.h>
+#include <string>
+#include <string_view>
+
+namespace {
+
+Binary Of(std::string_view bytes)
+{
+    return {bytes.data(), static_cast<std::uint32_t>(bytes.size())};
+}
+std::string Bytes(const Binary& binary)
+{
+    return {reinterpret_cast<const char*>(binary.GetData()), binary.GetSize()};
+}
+
+TEST(Binary, GrowsInSteps)
+{
+    const struct {
+        std::uint32_t asked, given;
+    } cases[] = {{1, 16}, {17, 32}, {257, 512}, {512, 512}, {513, 1024}, {1025, 1536}};
+    for (const auto& c : cases) {
+        Binary binary;
+        binary.SetSize(c.asked, false);
+        EXPECT_EQ(binary.GetCapacity(), c.given) << "for " << c.asked;
+        EXPECT_EQ(binary.GetSize(), c.asked);
+    }
+    EXPECT_EQ(Binary("x", 0).GetData(), nullptr);
+}
+
+TEST(Binary, IsCopiedBeforeItIsWrittenThrough)
+{
+    Binary first = Of("abcdef");
+    Binary second = first;
+    EXPECT_EQ(first.GetData(), second.GetData());
+    second.GetWritableData()[0] = 'A';
+    EXPECT_EQ(Bytes(first), "abcdef");
+    EXPECT_EQ(Bytes(second), "Abcdef");
+
+    Binary third = first;
+    third.SetSize(3, true);
+    EXPECT_EQ(Bytes(third), "abc");
+    EXPECT_EQ(Bytes(first), "abcdef");
+    third = first;
+    third.Clear();
+    EXPECT_EQ(third.GetData(), nullptr) << "a shared block is let go";
+    first.Clear();
+    EXPECT_NE(first.GetData(), nullptr) << "a private one stays";
+    EXPECT_EQ(first.GetSize(), 0U);
+}
+
+TEST(Binary, CopyToTellsWhetherAnythingWasLeft)
+{
+    const Binary binary = Of("abcdef");
+    char target[8] = {};
+    EXPECT_FALSE(binary.CopyTo(target, 2, 1));
+    EXPECT_STREQ(target, "bc");
+    EXPECT_TRUE(binary.CopyTo(target, 5, 1));
+    EXPECT_STREQ(target, "bcdef");
+    EXPECT_TRUE(binary.CopyTo(nullptr, 0, 6));
+    EXPECT_TRUE(Binary().CopyTo(nullptr, 0));
+}
+
+TEST(Binary, ComparesLikeBytesAndThenBySize)
+{
+    EXPECT_EQ(Binary().RawCompare("", 0), 0);
+    EXPECT_LT(Binary().RawCompare("a", 1), 0);
+    EXPECT_LT(Of("ab").RawCompare("abc", 3), 0);
+    EXPECT_GT(Of("ac").RawCompare("abc", 3), 0);
+    EXPECT_GT(Of("\xFF").RawCompare("\x01", 1), 0);
+    EXPECT_EQ(Of("abc").Compare(Of("abd"), 2), 0);
+    EXPECT_LT(Of("abc").Compare(Of("abd")), 0);
+    EXPECT_LT(Binary().Compare(Of("a")), 0);
+    EXPECT_EQ(Of("abc"), Of("abc"));
+}
+
+TEST(Binary, FillGrowsAndKeepsWhatItDoesNotCover)
+{
+    Binary binary = Of("abcdefgh");
+    const Binary keeper = binary;
+    binary.Fill('x', 6, 4);
+    EXPECT_EQ(Bytes(binary), "abcdefxxxx");
+    EXPECT_EQ(Bytes(keeper), "abcdefgh");
+    binary.Fill('y', 0, Binary::everything);
+    EXPECT_EQ(Bytes(binary), "yyyyyyyyyy");
+    binary = keeper;
+    binary.Fill('z', 1, 2);
+    EXPECT_EQ(Bytes(binary), "azzdefgh");
+    Binary none;
+    none.Fill('x', 0, Binary::everything);
+    none.Fill('x', 5, 0);
+    EXPECT_EQ(none.GetData(), nullptr);
+    binary.Fill('x', 0xFFFFFFF0, 0x20);
+    EXPECT_TRUE(binary.IsEmpty()) << "an end beyond 32 bits is out of memory";
+}
+
+TEST(Binary, AddsAlsoItself)
+{
+    Binary binary;
+    const Binary bytes = Of("abc");
+    binary += bytes;
+    EXPECT_EQ(binary.GetData(), bytes.GetData()) << "without bytes of its own it shares";
+    binary += binary;
+    binary += Binary();
+    EXPECT_EQ(Bytes(binary), "abcabc");
+    EXPECT_EQ(Bytes(bytes), "abc");
+}
+
+TEST(Binary, WithoutMemoryIsNull)
+{
+    Binary binary = Of("abc");
+    const Binary keeper = binary;
+    AllocationPlan::FailNth(1);
+    EXPECT_EQ(binary.GetWritableData(), nullptr);
+    EXPECT_TRUE(binary.IsEmpty());
+    AllocationPlan::FailNth(1);
+    binary.SetSize(10, false);
+    EXPECT_EQ(binary.GetSize(), 0U);
+    AllocationPlan::FailNth(1);
+    const Binary made("abc", 3);
+    AllocationPlan::FailNth(0);
+    EXPECT_TRUE(made.IsEmpty());
+    EXPECT_EQ(Bytes(keeper), "abc");
+}
+
+TEST(Binary, LastReleaseZeroesAlsoWhatWasCutOff)
+{
+    static bool found;
+    static bool seen;
+    found = seen = false;
+    {
+        Binary binary = Of("a secret that is cut off");
+        binary.SetSize(1, true);
+        AllocationPlan::ObserveFrees([](const void* block, unsigned long bytes) {
+            seen = true;
+            found = found
+                || std::string_view(static_cast<const char*>(block), bytes).find("secret")
+                    != std::string_view::npos;
+        });
+    }
+    AllocationPlan::ObserveFrees(nullptr);
+    EXPECT_TRUE(seen);
+    EXPECT_FALSE(found);
+}
+
+} // namespace

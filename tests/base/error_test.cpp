@@ -1,0 +1,156 @@
+#include "object/hooks.h"
+#include "tests/allocation_plan.h"
+#include <tessel/base/error.h>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+unsigned language = 0x409;
+// Makes every message come in one language for a scope.
+class Speaking {
+public:
+    explicit Speaking(unsigned spoken)
+    {
+        language = spoken;
+        Hooks::SetLanguage([] { return language; });
+    }
+    ~Speaking() { Hooks::SetLanguage(nullptr); }
+};
+
+TEST(Error, InternalOneIsATagAndAToken)
+{
+    const Speaking english(0x409);
+    const Error error("reg-open-key('%s') err=%d", "tessel", u"HKLM\\X", 5);
+    EXPECT_EQ(error.GetLayerCount(), 1U);
+    EXPECT_EQ(error.GetLayerCode(0), Error::internal);
+    EXPECT_EQ(error.Format(), u"An internal error occured (tessel: reg-open-key('HKLM\\X') err=5).");
+}
+
+TEST(Error, FormatShowsTheNewestAndTheShownLayer)
+{
+    const Speaking english(0x409);
+    Error error("bad val type %d", "tessel/val", 5);
+    error.AddLayer(7, u"in between", false);
+    error.AddLayer(Error::sameCode, u"on top", false);
+    EXPECT_EQ(error.GetLayerCode(0), 7U) << "the code of the layer below";
+    EXPECT_EQ(error.GetLayerText(1), u"in between");
+    EXPECT_EQ(error.Format(), u"on top\nAn internal error occured (tessel/val: bad val type 5).");
+    error.SetDetails(u"more");
+    EXPECT_EQ(error.Format(), u"on top\nAn internal error occured (tessel/val: bad val type 5).\n\nmore");
+    EXPECT_TRUE(error.HasCode(Error::internal));
+    EXPECT_FALSE(error.HasCode(8));
+    EXPECT_EQ(error.GetLayerCode(3), 0U);
+    EXPECT_TRUE(error.GetLayerText(3).IsEmpty());
+}
+
+TEST(Error, TextIsFilledInByTheResultingCode)
+{
+    const Speaking english(0x409);
+    Error error;
+    error.AddLayer(Error::badFormat, {}, false);
+    error.AddLayer(Error::sameCode, {}, false);
+    EXPECT_EQ(error.GetLayerText(0), u"The data have incorrect format.");
+    Error interrupted;
+    interrupted.AddLayer(Error::interrupted, {}, false);
+    EXPECT_EQ(interrupted.Format(), u"An internal error occured (error: interrupt-display).");
+}
+
+TEST(Error, WithoutTextsShowsItsCodeOrStaysSilent)
+{
+    const struct {
+        std::uint32_t code;
+        const char16_t* details;
+        const char16_t* expected;
+    } cases[] = {{7, u"", u"00000007"}, {Error::sameCode, u"", u"e7210000"}, {7, u"d", u"00000007\n\nd"},
+        {0, u"d", u""}};
+    for (const auto& c : cases) {
+        Error error;
+        error.AddLayer(c.code, {}, false);
+        error.SetDetails(c.details);
+        EXPECT_EQ(error.Format(), c.expected) << c.code;
+    }
+    Error shown; // nothing shown in the newest layer, but one below it
+    shown.AddLayer(7, u"below", true);
+    shown.AddLayer(8, {}, false);
+    EXPECT_EQ(shown.Format(), u"\nbelow");
+    Error emptyButShown;
+    emptyButShown.AddLayer(7, {}, true);
+    emptyButShown.SetDetails(u"d");
+    EXPECT_EQ(emptyButShown.Format(), u"\nd") << "one line feed where nothing stands in front";
+    EXPECT_TRUE(Error().Format().IsEmpty());
+}
+
+TEST(Error, CopiesShareUntilOneIsChanged)
+{
+    Error first;
+    first.AddLayer(1, u"one", true);
+    Error second = first;
+    second.AddLayer(2, u"two", false);
+    EXPECT_EQ(first.GetLayerCount(), 1U);
+    EXPECT_EQ(second.GetLayerCount(), 2U);
+    const Error third = first;
+    first.Clear();
+    EXPECT_EQ(third.GetLayerText(0), u"one");
+    EXPECT_EQ(first.GetLayerCount(), 0U);
+    second.Clear();
+    EXPECT_TRUE(second.Format().IsEmpty());
+}
+
+TEST(Error, MessagesFollowTheLanguageAndFallBackToEnglish)
+{
+    const struct {
+        unsigned spoken;
+        const char16_t* text;
+    } cases[] = {{0x407, u"Falsches Datenformat."}, {0x408, u"Τα δεδομένα έχουν εσφαλμένη μορφή."},
+        {0xC0A, u"Formato incorrecto de los datos."}, {0x40A, u"The data have incorrect format."}};
+    for (const auto& c : cases) {
+        const Speaking speaking(c.spoken);
+        Error error;
+        error.AddLayer(Error::badFormat, {}, false);
+        EXPECT_EQ(error.Format(), c.text) << c.spoken;
+    }
+}
+
+TEST(Error, MadeWhileTheLanguageIsLookedUpDoesNotRecurse)
+{
+    static bool inside;
+    inside = false;
+    Hooks::SetLanguage([]() -> unsigned {
+        inside = true;
+        const Error nested("token", "nls");
+        return nested.GetLayerCount() == 1 ? 0x407 : 0x409;
+    });
+    Error error;
+    error.AddLayer(Error::badFormat, {}, false);
+    Hooks::SetLanguage(nullptr);
+    EXPECT_TRUE(inside);
+    EXPECT_EQ(error.Format(), u"Falsches Datenformat.");
+}
+
+TEST(Error, WithoutMemoryThrowsBadAllocAndLeaksNothing)
+{
+    const auto act = [] {
+        Error error("token %s", "tag", u"a text that is too long for any small buffer in here");
+        Error copy = error;
+        copy.AddLayer(Error::badFormat, {}, true);
+        copy.SetDetails(u"details");
+        return copy.Format();
+    };
+    act();
+    AllocationPlan::FailNth(0);
+    act();
+    const unsigned all = AllocationPlan::Count();
+    const long before = AllocationPlan::Living();
+    for (unsigned n = 1; n <= all; ++n) {
+        AllocationPlan::FailNth(n);
+        try {
+            act();
+        } catch (const std::bad_alloc&) {
+        }
+        AllocationPlan::FailNth(0);
+        EXPECT_EQ(AllocationPlan::Living(), before) << "allocation " << n;
+    }
+}
+
+} // namespace

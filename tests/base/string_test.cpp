@@ -1,0 +1,249 @@
+#include "tests/allocation_plan.h"
+#include <tessel/base/hash.h>
+#include <tessel/base/string.h>
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <random>
+#include <string>
+
+namespace {
+
+std::string Utf8(const WideString& text)
+{
+    return NarrowString(text.c_str()).c_str();
+}
+
+WideString Repeated(char16_t character, std::size_t count)
+{
+    WideString text;
+    text.Append(character, count);
+    return text;
+}
+
+TEST(String, SharesUntilOneIsWritten)
+{
+    WideString first = u"shared text";
+    WideString second = first;
+    EXPECT_EQ(first.c_str(), second.c_str());
+    second.PrepareWriting(0, true)[0] = u'S';
+    EXPECT_EQ(first, u"shared text");
+    EXPECT_EQ(second, u"Shared text");
+    EXPECT_EQ(second.GetCapacity(), second.GetSize()) << "a private copy without growth takes no step";
+    const char16_t* const own = first.c_str();
+    EXPECT_EQ(first.PrepareWriting(0, true), own) << "the other holder is gone, so nothing changes";
+}
+
+TEST(String, GrowsInSteps)
+{
+    const struct {
+        std::uint32_t asked, given;
+    } cases[] = {{1, 16}, {16, 16}, {17, 32}, {65, 128}, {256, 256}, {257, 512}, {512, 512}, {513, 768}};
+    for (const auto& c : cases) {
+        WideString text;
+        ASSERT_NE(text.PrepareWriting(c.asked, false), nullptr);
+        EXPECT_EQ(text.GetCapacity(), c.given) << "for " << c.asked;
+    }
+    WideString empty;
+    EXPECT_NE(empty.PrepareWriting(0, true), WideString().c_str());
+    EXPECT_EQ(empty.GetCapacity(), 2U);
+}
+
+TEST(String, ClearKeepsAPrivateBufferAndLetsGoASharedOne)
+{
+    WideString text = u"secret";
+    const char16_t* const buffer = text.c_str();
+    text.Clear();
+    EXPECT_EQ(text.c_str(), buffer);
+    EXPECT_EQ(buffer[1], u'e') << "only the first character is gone";
+
+    WideString one = u"secret";
+    WideString other = one;
+    one.Clear();
+    EXPECT_EQ(one.c_str(), WideString().c_str());
+    EXPECT_EQ(other, u"secret");
+}
+
+TEST(String, TakesTextsOutOfItself)
+{
+    WideString text = u"abcdef";
+    text = text.c_str() + 2;
+    EXPECT_EQ(text, u"cdef");
+    text += text.c_str();
+    EXPECT_EQ(text, u"cdefcdef");
+    text += text; // now a new buffer is needed
+    text += text.c_str() + 12;
+    EXPECT_EQ(text, u"cdefcdefcdefcdefcdef");
+    const WideString keeper = text;
+    text = text.c_str() + 16; // shared, so the old buffer is let go
+    EXPECT_EQ(text, u"cdef");
+    text.Printf(u"<%s|%s>", text, text);
+    EXPECT_EQ(text, u"<cdef|cdef>");
+    text.Format(u"%1 and %1", text);
+    EXPECT_EQ(text, u"<cdef|cdef> and <cdef|cdef>");
+    text = Repeated(u'x', 500);
+    text.Printf(u"%s%s", text, text);
+    EXPECT_EQ(text.GetLength(), 1000U);
+    text.Format(u"%1%1", text);
+    EXPECT_EQ(text, Repeated(u'x', 2000));
+    text = *&text;
+    EXPECT_EQ(text.GetLength(), 2000U);
+}
+
+TEST(String, ConvertsBetweenItsFlavours)
+{
+    EXPECT_EQ(WideString("gr\xC3\xBC\xC3\x9F \xF0\x9F\x98\x80"), u"grüß 😀");
+    EXPECT_STREQ(NarrowString(u"grüß 😀").c_str(), "gr\xC3\xBC\xC3\x9F \xF0\x9F\x98\x80");
+    WideString text = u"something longer than what comes";
+    text = "\xE2\x82\xAC";
+    EXPECT_EQ(text, u"€");
+    text = static_cast<const char*>(nullptr);
+    EXPECT_TRUE(text.IsEmpty());
+    EXPECT_TRUE(WideString(text.c_str(), text.c_str()).IsEmpty());
+}
+
+TEST(String, ComparesByUnsignedUnits)
+{
+    EXPECT_LT(WideString(u"a"), WideString(u"\uFFFF"));
+    EXPECT_LT(WideString(u"ab"), WideString(u"abc"));
+    EXPECT_LT(WideString(u"Z"), WideString(u"a"));
+    EXPECT_EQ(WideString(u"a") + u"b", u"ab");
+}
+
+TEST(String, FormatsAnythingHoweverLong)
+{
+    WideString text;
+    text.Printf(u"%d|%5s|%-4x|%hs|%I64d", -7, u"ab", 0xBEEFU, "narrow", 1LL << 40);
+    EXPECT_EQ(text, u"-7|   ab|beef|narrow|1099511627776");
+    text.Printf(u"%s", u"");
+    EXPECT_TRUE(text.IsEmpty());
+    for (const std::size_t length : {254U, 255U, 256U, 257U, 511U, 512U, 1U << 20}) {
+        const WideString piece = Repeated(u'y', length);
+        WideString printed;
+        printed.Printf(u"%s", piece);
+        EXPECT_EQ(printed, piece) << length;
+        WideString formatted;
+        formatted.Format(u"%1", piece);
+        EXPECT_EQ(formatted, piece) << length;
+    }
+    WideString small;
+    small.Printf(u"%s", Repeated(u'z', 7)); // 7 characters and a terminator fit 16 bytes
+    EXPECT_EQ(small.GetCapacity(), 16U);
+}
+
+TEST(String, FormatFailuresClear)
+{
+    WideString text = u"before";
+    text.Format(u"%1!d", u"no end of the format");
+    EXPECT_TRUE(text.IsEmpty());
+    text = u"before";
+    text.Format(u"");
+    EXPECT_TRUE(text.IsEmpty());
+    text = u"before";
+    text.Format(u"%1", u""); // an empty result is no result
+    EXPECT_TRUE(text.IsEmpty());
+    text.SystemError(2, u"Open: ");
+    EXPECT_EQ(text, u"Open: No such file or directory");
+    text.SystemError(0x7FFFFFFF, u"Open: ");
+    EXPECT_TRUE(text.IsEmpty());
+}
+
+TEST(String, WithoutMemoryIsEmptyAndUsable)
+{
+    const WideString big = Repeated(u'm', 1000);
+    const auto withoutMemory = [&](unsigned nth, auto act) {
+        WideString text = u"some text";
+        AllocationPlan::FailNth(nth);
+        act(text);
+        AllocationPlan::FailNth(0);
+        EXPECT_TRUE(text.IsEmpty()) << Utf8(text);
+        text += u"usable";
+        EXPECT_EQ(text, u"usable");
+    };
+    withoutMemory(1, [&](WideString& text) { EXPECT_EQ(text.PrepareWriting(100, true), nullptr); });
+    withoutMemory(1, [&](WideString& text) { text += big; });
+    withoutMemory(1, [&](WideString& text) { text.Append(u'c', 1000); });
+    withoutMemory(1, [&](WideString& text) { text = big.c_str(); });
+    withoutMemory(1, [&](WideString& text) { text.Printf(u"%s", big); });
+    withoutMemory(1, [&](WideString& text) { text.Format(u"%1", big); });
+    withoutMemory(1, [&](WideString& text) { text = WideString(big.c_str()); });
+    withoutMemory(0, [&](WideString& text) { EXPECT_EQ(text.PrepareWriting(0xFFFFFFFF, true), nullptr); });
+}
+
+TEST(String, LastReleaseZeroesTheWholeBuffer)
+{
+    static bool found;
+    static bool seen;
+    found = seen = false;
+    {
+        WideString text = u"zeroed: a rather long text so that a buffer of some size is used";
+        text = u"ze"; // the old characters are still behind it
+        AllocationPlan::ObserveFrees([](const void* block, unsigned long bytes) {
+            const std::u16string_view all(static_cast<const char16_t*>(block), bytes / 2);
+            seen = true;
+            found = found || all.find(u"rather") != std::u16string_view::npos;
+        });
+    }
+    AllocationPlan::ObserveFrees(nullptr);
+    EXPECT_TRUE(seen);
+    EXPECT_FALSE(found);
+}
+
+TEST(String, StoredFormIsReadBackAndChecked)
+{
+    const WideString text = u"a";
+    unsigned char stored[12];
+    ASSERT_EQ(text.GetSerializedSize(), 12U);
+    ASSERT_EQ(text.Serialize(stored), 12U);
+    const unsigned char expected[] = {4, 0, 0, 0, 0xB0, 4, 0, 0, 'a', 0, 0, 0};
+    EXPECT_TRUE(std::equal(std::begin(stored), std::end(stored), std::begin(expected)));
+
+    const struct {
+        const char* what;
+        std::string bytes;
+        std::uint32_t available, used;
+        const char16_t* text;
+    } cases[] = {{"empty, whatever follows", std::string("\0\0\0\0\xFF\xFF", 6), 6, 4, u""},
+        {"own order", std::string("\6\0\0\0\xB0\4\0\0a\0b\0\0\0", 14), 14, 14, u"ab"},
+        {"the numbers turned, the text not",
+            std::string("\0\0\0\6\0\0\4\xB0"
+                        "a\0b\0\0\0",
+                14),
+            14, 14, u"ab"},
+        {"another code page", std::string("\5\0\0\0\xE4\4\0\0caf\xE9\0", 13), 13, 13, u"café"},
+        {"more than there is", std::string("\7\0\0\0\xB0\4\0\0a\0b\0\0\0", 14), 14, 0, u""},
+        {"no room for the numbers", std::string("\6\0\0\0\xB0\4\0", 7), 7, 0, u""},
+        {"a size that would wrap", std::string("\xF8\xFF\xFF\xFF\xB0\4\0\0", 8), 0xFFFFFFFF, 0, u""},
+        {"no terminator within its size", std::string("\4\0\0\0\xB0\4\0\0a\0b\0\0\0", 14), 14, 0, u""},
+        {"no terminator, narrow", std::string("\2\0\0\0\xE4\4\0\0abc\0", 12), 12, 0, u""},
+        {"an unknown code page", std::string("\4\0\0\0\xFF\xFE\0\0abc\0", 12), 12, 0, u""}};
+    for (const auto& c : cases) {
+        WideString read = u"old";
+        EXPECT_EQ(read.Deserialize(c.bytes.data(), c.available), c.used) << c.what;
+        EXPECT_EQ(read, c.text) << c.what;
+    }
+}
+
+TEST(Hash, IsSumAndLengthAtEveryAlignment)
+{
+    EXPECT_EQ(GetSimpleStringHash(u""), 0U);
+    EXPECT_EQ(GetSimpleStringHash(u"abc"), 0x01260003U);
+    EXPECT_EQ(GetSimpleStringHash(u"IID_BaseFace"), 0x041F000CU);
+    EXPECT_EQ(GetSimpleStringHash(u"IID_BaseFace"), HashOfLiteral(u"IID_BaseFace"));
+    std::mt19937 random(1);
+    for (std::size_t length = 0; length < 40; ++length) {
+        std::u16string text(length + 8, u'\xFFFF');
+        for (std::size_t offset = 0; offset < 8; ++offset) {
+            std::uint32_t sum = 0;
+            for (std::size_t i = 0; i < length; ++i)
+                sum += text[offset + i] = static_cast<char16_t>(random() % 0xFFFF + 1);
+            text[offset + length] = 0;
+            EXPECT_EQ(GetSimpleStringHash(text.c_str() + offset), (sum << 16) + length);
+            text[offset + length] = u'\xFFFF';
+        }
+    }
+    const std::u16string longText(70000, u'\xFFFF');
+    EXPECT_EQ(GetSimpleStringHash(longText.c_str()), ((70000U * 0xFFFFU) << 16) + 70000U);
+}
+
+} // namespace
