@@ -7,7 +7,11 @@
 
 void* ModuleAt(const void* address) noexcept
 {
-    return reinterpret_cast<void*>(static_cast<std::uintptr_t>(Platform::GetModuleHandleExW(address)));
+    constexpr std::uint32_t byAddressUncounted = Platform::GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS
+        | Platform::GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
+    Platform::Module module = Platform::NULL_MODULE;
+    Platform::GetModuleHandleExW(byAddressUncounted, address, &module);
+    return reinterpret_cast<void*>(static_cast<std::uintptr_t>(module));
 }
 
 bool LoadResString(void* module, unsigned id, std::uint32_t& length, const char16_t*& text) noexcept

@@ -13,8 +13,8 @@ FacePtr<Dll> Dll::Load(const WideString& path)
     Platform::SetErrorMode(oldMode);
     if (loaded == Platform::NULL_MODULE)
         return nullptr;
-    void* const unlocked = Platform::GetProcAddress(loaded, "Module_IsUnlocked");
-    void* const list =
+    const auto unlocked = Platform::GetProcAddress(loaded, "Module_IsUnlocked");
+    const auto list =
         unlocked != nullptr ? Platform::GetProcAddress(loaded, "Module_GetStaticList") : nullptr;
     if (list == nullptr) {
         Platform::FreeLibrary(loaded);

@@ -25,9 +25,9 @@ public:
     // calling thread does not stand in its code.
     bool IsUnlocked(std::uint32_t idleMilliseconds) const;
 
-protected:
     using IsUnlockedExport = bool (*)(std::uint32_t milliseconds);
     using StaticListExport = FactoryRegistration* (*)(int reserved);
+    // Takes over one load of the module. For Load.
 
     Dll(Platform::Module itsModule, IsUnlockedExport unlocked, StaticListExport list) noexcept
         : module(itsModule), isUnlocked(unlocked), getStaticList(list)

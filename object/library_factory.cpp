@@ -43,7 +43,11 @@ void LibraryFactory::ListClasses(ClassInfoList& out)
 
 WideString GetLoadFailure()
 {
-    return WideString(Platform::GetLoadFailure());
+    constexpr std::uint32_t characters = 4096;
+    WideString words;
+    if (char16_t* const target = words.CtorPrepareWriting(characters * sizeof(char16_t)))
+        target[Platform::GetLoadFailure(target, characters)] = 0;
+    return words;
 }
 
 } // namespace Object

@@ -47,28 +47,37 @@ FacePtr<Library> LibraryImpl::CreateCached(
     return Make(path, classes, types);
 }
 
-// Without `must` the lists are read anew from a module that had to be loaded, and one that offers nothing is
-// let go again.
 FacePtr<Dll> LibraryImpl::Load(bool must)
 {
-    const SectionLock lock(section);
-    if (!dll) {
-        dll = Dll::Load(path);
+    {
+        const SectionLock lock(section);
         if (dll)
-            for (auto* node = dll->GetStaticList(); node != nullptr; node = node->next)
-                compound->AddFactory(node->factory);
-        if (dll && !must) {
-            classes.clear();
-            types.clear();
-            compound->ListClasses(classes);
-            compound->ListTypes(types);
-            if (classes.empty() && types.empty())
-                dll = nullptr;
-        }
+            return dll;
     }
+    const Platform::LoaderLock order;
+    const SectionLock lock(section);
+    if (!dll)
+        dll = LoadNow(must);
     if (must && !dll)
         throw Error("objlib-noload(%s)", "object", path);
     return dll;
+}
+
+// Without `must` the lists are read anew, and a module that offers nothing is let go again.
+FacePtr<Dll> LibraryImpl::LoadNow(bool must)
+{
+    FacePtr<Dll> loaded = Dll::Load(path);
+    if (!loaded)
+        return nullptr;
+    for (auto* node = loaded->GetStaticList(); node != nullptr; node = node->next)
+        compound->AddFactory(node->factory);
+    if (must)
+        return loaded;
+    classes.clear();
+    types.clear();
+    compound->ListClasses(classes);
+    compound->ListTypes(types);
+    return classes.empty() && types.empty() ? nullptr : loaded;
 }
 
 void LibraryImpl::CreateObject(const Clsid& clsid, const char16_t* wanted, FacePtr<BaseFace>& out)

@@ -31,22 +31,24 @@ public:
 
     bool Cleanup(bool force) override;
 
+    // For the two above.
+    LibraryImpl(const WideString& itsPath, const ClassInfoList& knownClasses, const TypeSet& knownTypes);
     ~LibraryImpl();
     LibraryImpl(const LibraryImpl&) = delete;
     LibraryImpl& operator=(const LibraryImpl&) = delete;
-
-protected:
-    LibraryImpl(const WideString& itsPath, const ClassInfoList& knownClasses, const TypeSet& knownTypes);
 
 private:
     static FacePtr<Impl<LibraryImpl, Module>> Make(
         const WideString& path, const ClassInfoList& classes, const TypeSet& types);
     FacePtr<Dll> Load(bool must);
+    FacePtr<Dll> LoadNow(bool must);
     bool ServesType(const Clsid& clsid);
 
     const WideString path;
     const FacePtr<CompoundFactory> compound; // the module's own factories, while it is loaded
-    CriticalSection section; // guards all below but `busy`; held while the module is loaded and initialised
+    // Guards all below but `busy`. Held while the module is loaded and initialised, and so always taken behind
+    // the loader's lock there: a module's constructor, which runs under that lock, may ask another library.
+    CriticalSection section;
     std::atomic<std::uint32_t> busy{0}; // calls of CreateObject under way
     ClassInfoList classes;
     TypeSet types;

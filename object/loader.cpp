@@ -5,6 +5,7 @@
 #include "platform/files.h"
 #include "platform/modules.h"
 #include "platform/text.h"
+#include <tessel/module.h>
 #include <tessel/object/manager.h>
 
 #include <algorithm>
@@ -25,7 +26,8 @@ WideString OwnFolder()
     if (target == nullptr)
         return {};
     *target = 0;
-    Platform::GetModuleFileNameW(Platform::NULL_MODULE, target, characters);
+    const auto self = static_cast<Platform::Module>(reinterpret_cast<std::uintptr_t>(Module::GetInstance()));
+    Platform::GetModuleFileNameW(self, target, characters);
     const std::u16string_view text(target);
     return {target, target + text.rfind(u'\\') + 1};
 }
@@ -90,7 +92,8 @@ bool Loader::AddNewFiles(const WideString& folder)
 {
     bool found = false;
     Platform::WIN32_FIND_DATAW file;
-    const Platform::Handle search = Platform::FindFirstFileW((folder + u"*.dll").c_str(), &file);
+    const Platform::Handle search
+        = Platform::FindFirstFileExW((folder + u"*.dll").c_str(), Platform::FindExInfoBasic, &file);
     if (search == Platform::INVALID_HANDLE_VALUE)
         return false;
     struct Closer {
