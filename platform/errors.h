@@ -33,6 +33,7 @@ constexpr std::uint32_t ERROR_INSUFFICIENT_BUFFER = 122;
 constexpr std::uint32_t ERROR_INVALID_NAME = 123;
 constexpr std::uint32_t ERROR_MOD_NOT_FOUND = 126;
 constexpr std::uint32_t ERROR_PROC_NOT_FOUND = 127;
+constexpr std::uint32_t ERROR_NEGATIVE_SEEK = 131;
 constexpr std::uint32_t ERROR_DIR_NOT_EMPTY = 145;
 constexpr std::uint32_t ERROR_BUSY = 170;
 constexpr std::uint32_t ERROR_ALREADY_EXISTS = 183;
