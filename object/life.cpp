@@ -3,9 +3,6 @@
 #include "object/hazards.h"
 #include "platform/kernel.h"
 
-#include <cstdio>
-#include <cstdlib>
-
 namespace {
 
 constexpr std::uint32_t reference = 4;
@@ -66,25 +63,6 @@ bool AddToLiving(std::atomic<std::uint32_t>& word) noexcept
     return false;
 }
 
-#ifndef NDEBUG
-// The objects that this thread is destroying, the innermost first.
-struct Destruction {
-    explicit Destruction(const Life* dead) noexcept : life(dead), outer(innermost) { innermost = this; }
-    ~Destruction() { innermost = outer; }
-    Destruction(const Destruction&) = delete;
-    Destruction& operator=(const Destruction&) = delete;
-
-    const Life* life;
-    const Destruction* outer;
-    [[gnu::tls_model("initial-exec")]] static thread_local constinit const Destruction* innermost;
-};
-thread_local constinit const Destruction* Destruction::innermost = nullptr;
-#else
-struct Destruction {
-    explicit Destruction(const Life* /*dead*/) noexcept { }
-};
-#endif
-
 } // namespace
 
 thread_local constinit const Life::Prepared* Life::prepared = nullptr;
@@ -106,10 +84,7 @@ void Life::ReleaseCounted(
         life->weakHead.store(nullptr, std::memory_order_relaxed);
     }
     life->word.store(0, std::memory_order_relaxed);
-    {
-        [[maybe_unused]] const Destruction destruction(life);
-        destroy(life);
-    }
+    destroy(life);
     if (counter != nullptr) {
         counter->changed.store(Platform::GetTickCount64(), std::memory_order_relaxed);
         // release: the destructor has run before anybody sees the module without objects and unloads it.
@@ -157,17 +132,6 @@ void Life::DetachWeak(BaseFace::WeakReference* weak) noexcept
         link = &(*link)->next;
     *link = weak->next;
     weakHead.store(first, std::memory_order_release);
-}
-
-void Life::TrapIfDying() const noexcept
-{
-#ifndef NDEBUG
-    for (const Destruction* at = Destruction::innermost; at != nullptr; at = at->outer)
-        if (at->life == this) {
-            std::fputs("tessel: a reference to an object was taken in its own destructor\n", stderr);
-            std::abort();
-        }
-#endif
 }
 
 void BaseFace::WeakReference::AttachObject(const BaseFace* attached) noexcept

@@ -19,7 +19,7 @@
 // What either map is made of; `Entries` is an ordered map or multimap to WeakPtr<V>. On the cleanup list from
 // its first moment.
 template <class Entries, class V>
-class WeakContents : public Face<Cleanup::Item> {
+class TESSEL_HIDDEN WeakContents : public Face<Cleanup::Item> {
 public:
     using Key = typename Entries::key_type;
     using Pairs = std::vector<std::pair<Key, FacePtr<V>>>;
@@ -85,7 +85,7 @@ public:
 
 // At most one value for a key.
 template <class K, class V>
-class WeakMap {
+class TESSEL_HIDDEN WeakMap {
 public:
     using Contents = WeakContents<std::map<K, WeakPtr<V>, std::less<>>, V>;
     using Pairs = typename Contents::Pairs;
@@ -125,7 +125,7 @@ private:
 
 // Any number of values for a key.
 template <class K, class V>
-class WeakMultiMap {
+class TESSEL_HIDDEN WeakMultiMap {
 public:
     using Contents = WeakContents<std::multimap<K, WeakPtr<V>, std::less<>>, V>;
     using Pairs = typename Contents::Pairs;

@@ -21,7 +21,8 @@
 struct BaseFace {
     struct WeakReference;
 
-    // Adds one reference. Never called on an object that is being destroyed.
+    // Adds one reference. In its own destructor an object cannot take one: there this operation is pure, and
+    // calling it ends the process.
     virtual void AddRef() noexcept = 0;
     // Drops one reference; the last one destroys the object.
     virtual void Release() noexcept = 0;

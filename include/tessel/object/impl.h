@@ -40,12 +40,8 @@ public:
     void AddRef() noexcept override
     {
         // relaxed: whoever adds a reference holds one, or has just made the object
-        if (word.fetch_add(4, std::memory_order_relaxed) == 0) {
-#ifndef NDEBUG
-            TrapIfDying();
-#endif
+        if (word.fetch_add(4, std::memory_order_relaxed) == 0)
             Locker::Lock();
-        }
     }
 
 #if defined(__clang__) && !defined(TESSEL_OPTIMISED_TAIL)

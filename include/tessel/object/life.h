@@ -54,8 +54,6 @@ protected:
     TESSEL_API bool AddIfLiving() noexcept;
     TESSEL_API void AttachWeak(BaseFace::WeakReference* weak) noexcept;
     TESSEL_API void DetachWeak(BaseFace::WeakReference* weak) noexcept;
-    // For builds with assertions: ends the process if this thread is just destroying the object.
-    TESSEL_API void TrapIfDying() const noexcept;
 
     std::atomic<std::uint32_t> word{0};
     std::atomic<BaseFace::WeakReference*> weakHead{nullptr};

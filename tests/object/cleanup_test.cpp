@@ -1,0 +1,138 @@
+#include "object/weak_map.h"
+#include "tests/object/test_faces.h"
+
+#include <gtest/gtest.h>
+#include <thread>
+
+namespace Testing {
+
+FacePtr<Named> MakeNamed()
+{
+    return FacePtr<Left>(MakeFace<Both>());
+}
+
+TEST(WeakMap, ForgetsDeadValues)
+{
+    WeakMap<WideString, Named> map;
+    FacePtr<Named> value = MakeNamed();
+    const FacePtr<Named> other = MakeNamed();
+    map.Set(u"b", other);
+    map.Set(u"a", other);
+    map.Set(u"a", value);
+    EXPECT_EQ(map.Find(u"a"), value) << "the later one counts";
+    EXPECT_FALSE(map.Find(u"c"));
+    WeakMap<WideString, Named>::Pairs all(1);
+    map.GetAll(all);
+    ASSERT_EQ(all.size(), 3U) << "behind what stood there";
+    EXPECT_EQ(all[1].first, u"a");
+    all.clear();
+    value = nullptr;
+    EXPECT_FALSE(map.Find(u"a"));
+    map.Set(u"b", nullptr);
+    EXPECT_FALSE(map.Find(u"b"));
+    map.GetAll(all);
+    EXPECT_TRUE(all.empty());
+}
+
+TEST(WeakMultiMap, KeepsTheOrderOfAdding)
+{
+    WeakMultiMap<unsigned, Named> map;
+    std::vector<FacePtr<Named>> values = {MakeNamed(), MakeNamed(), MakeNamed()};
+    for (const auto& value : values)
+        map.Add(7, value);
+    map.Add(8, values[0]);
+    std::vector<FacePtr<Named>> expected = {nullptr, values[0], values[2]};
+    values.erase(values.begin() + 1);
+    std::vector<FacePtr<Named>> found(1);
+    map.Find(7, found);
+    EXPECT_EQ(found, expected);
+    WeakMultiMap<unsigned, Named>::Pairs all;
+    map.GetAll(all);
+    EXPECT_EQ(all.size(), 3U);
+}
+
+TEST(WeakMap, CleanupStandsADestructorThatChangesTheMap)
+{
+    static WeakMap<unsigned, Named>* map;
+    WeakMap<unsigned, Named> changed;
+    map = &changed;
+    const FacePtr<Named> stays = MakeNamed();
+    static FacePtr<Both> held;
+    held = MakeFace<Both>();
+    held->onDeath = [](BothImpl&) {
+        map->Set(1, nullptr); // the entry behind and the one in front of the walk
+        map->Set(3, nullptr);
+    };
+    changed.Set(1, stays);
+    changed.Set(2, FacePtr<Left>(held));
+    changed.Set(3, stays);
+    changed.Set(4, stays);
+    {
+        // Somebody lets go while the walk holds the last reference.
+        const WeakPtr<Named> weak{FacePtr<Named>(FacePtr<Left>(held))};
+        const auto last = weak.Lock();
+        held = nullptr;
+        (void)last;
+    }
+    const auto cleanup = Cleanup::Manager::Get();
+    cleanup->Cleanup(false);
+    WeakMap<unsigned, Named>::Pairs all;
+    changed.GetAll(all);
+    ASSERT_EQ(all.size(), 1U);
+    EXPECT_EQ(all[0].first, 4U);
+}
+
+class CountingItem : public Face<Cleanup::Item> {
+public:
+    bool Cleanup(bool force) override
+    {
+        ++calls;
+        forced = force;
+        if (inside != nullptr)
+            inside();
+        return workLeft > 0 && workLeft-- > 0;
+    }
+    int calls = 0;
+    int workLeft = 0;
+    bool forced = false;
+    void (*inside)() = nullptr;
+};
+using Counting = Impl<CountingItem, Module>;
+
+TEST(Cleanup, ForcedPassesFollowUntilOneChangesNothing)
+{
+    const auto manager = Cleanup::Manager::Get();
+    const auto item = MakeFace<Counting>();
+    manager->AddItem(item.Get());
+    {
+        const auto gone = MakeFace<Counting>();
+        manager->AddItem(gone.Get());
+    }
+    item->workLeft = 3;
+    manager->Cleanup(false);
+    EXPECT_EQ(item->calls, 1);
+    EXPECT_FALSE(item->forced);
+    manager->Cleanup(true);
+    EXPECT_EQ(item->calls, 1 + 3);
+    EXPECT_TRUE(item->forced);
+}
+
+TEST(Cleanup, StartedWhileOneRunsReturnsAtOnceAlsoAfterAThrow)
+{
+    const auto manager = Cleanup::Manager::Get();
+    const auto item = MakeFace<Counting>();
+    manager->AddItem(item.Get());
+    item->inside = [] {
+        Cleanup::Manager::Get()->Cleanup(true);
+        std::thread([] { Cleanup::Manager::Get()->Cleanup(true); }).join();
+    };
+    manager->Cleanup(true);
+    EXPECT_EQ(item->calls, 1);
+    item->inside = [] { throw 1; };
+    EXPECT_THROW(manager->Cleanup(false), int);
+    item->inside = nullptr;
+    manager->Cleanup(false);
+    EXPECT_EQ(item->calls, 3);
+}
+
+} // namespace Testing

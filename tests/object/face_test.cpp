@@ -1,0 +1,140 @@
+#include "tests/object/test_faces.h"
+#include <tessel/base/error.h>
+#include <tessel/object/class_info.h>
+
+#include <gtest/gtest.h>
+#include <set>
+
+namespace Testing {
+
+struct Stranger : Face<> {
+    static constexpr Iid iid = u"IID_Testing::Stranger"_iid;
+};
+struct Nameless : Face<Named> { };
+static_assert(HasOwnIdentifier<Left>() && HasOwnIdentifier<BaseFace>());
+static_assert(!HasOwnIdentifier<Nameless>() && !HasOwnIdentifier<BothImpl>());
+
+TEST(Face, CastWalksInDeclaredOrderAndTheFirstHitWins)
+{
+    const FacePtr<Left> left = MakeFace<Both>();
+    const FacePtr<Right> right = left.Cast<Right>("test");
+    const struct {
+        const char16_t* iid;
+        BaseFace* face;
+    } cases[] = {{nullptr, Primary(left.Get())}, {u"IID_BaseFace", Primary(left.Get())},
+        {u"IID_Testing::Left", Primary(left.Get())}, {u"IID_Testing::Right", Primary(right.Get())},
+        // both bases have it: the first one answers
+        {u"IID_Testing::Named", Primary(left.Get())}, {u"IID_Testing::Stranger", nullptr}, {u"", nullptr},
+        {u"IID_Testing::Lef", nullptr},
+        // the same hash, another text
+        {u"IID_Testing::Letf", nullptr}};
+    for (BaseFace* from : {Primary(left.Get()), Primary(right.Get())})
+        for (const auto& c : cases)
+            EXPECT_EQ(FacePtr<BaseFace>::Adopt(from->Cast(c.iid)).Get(), c.face);
+    EXPECT_EQ(right->InRight(), 3);
+    EXPECT_EQ(right.Cast<Named>("test")->Name(), 1);
+}
+
+TEST(FacePtr, StrictConversionThrowsAndSoftOneDoesNot)
+{
+    const FacePtr<Left> left = MakeFace<Both>();
+    EXPECT_FALSE(left.TryCast<Stranger>());
+    EXPECT_FALSE(FacePtr<Left>().Cast<Right>("test"));
+    try {
+        left.Cast<Stranger>("xml");
+        FAIL() << "converted to a face that the object lacks";
+    } catch (const Error& error) {
+        EXPECT_EQ(error.GetLayerCode(0), Error::internal);
+        EXPECT_EQ(error.Format(), u"An internal error occured (xml: Cast<IID_Testing::Stranger>).");
+    }
+}
+
+TEST(FacePtr, OwnsExactlyOneReference)
+{
+    ASSERT_EQ(BothImpl::living, 0);
+    FacePtr<Both> first = MakeFace<Both>();
+    FacePtr<Left> second = first;
+    FacePtr<Left> third = std::move(second);
+    EXPECT_FALSE(second); // NOLINT(bugprone-use-after-move)
+    first = nullptr;
+    third = third.Get() != nullptr ? third : nullptr; // itself
+    EXPECT_EQ(BothImpl::living, 1);
+    Left* const bare = third.Detach();
+    EXPECT_EQ(BothImpl::living, 1);
+    second = FacePtr<Left>::Adopt(bare);
+    second = FacePtr<Left>(MakeFace<Both>());
+    EXPECT_EQ(BothImpl::living, 1);
+    second = nullptr;
+    EXPECT_EQ(BothImpl::living, 0);
+}
+
+TEST(FacePtr, LastReleaseMayComeBackToThePointer)
+{
+    static FacePtr<Both> held;
+    static bool wasEmpty;
+    held = MakeFace<Both>();
+    held->onDeath = [](BothImpl&) { wasEmpty = !held; };
+    held = nullptr;
+    EXPECT_TRUE(wasEmpty);
+}
+
+TEST(FacePtr, IsOrderedByObject)
+{
+    const FacePtr<Named> none;
+    const FacePtr<Named> left = MakeFace<Both>().Cast<Left>("test");
+    const FacePtr<Named> right = left.Cast<Right>("test");
+    const FacePtr<Named> other = FacePtr<Left>(MakeFace<Both>());
+    EXPECT_NE(left.Get(), right.Get());
+    EXPECT_EQ(left, right);
+    EXPECT_NE(left, other);
+    EXPECT_LT(none, left);
+    EXPECT_EQ((std::set<FacePtr<Named>>{none, left, right, other, none}).size(), 3U);
+}
+
+TEST(ClassInfo, ListsEachInterfaceWithItsBasesBehindIt)
+{
+    const Object::ClassInfo described = Object::DescribeClass<BothImpl>(u"CID_Testing::Both");
+    const std::vector<WideString> expected = {u"IID_Testing::Left", u"IID_Testing::Named", u"IID_BaseFace",
+        u"IID_Testing::Right", u"IID_Testing::Named", u"IID_BaseFace"};
+    EXPECT_EQ(described.interfaces, expected);
+    EXPECT_EQ(described.clsid, u"CID_Testing::Both");
+}
+
+// Counts the two operations, and in the library's way nothing else.
+struct PairLocker {
+    static void Lock() noexcept { ++locks; }
+    static void Unlock() noexcept { ++unlocks; }
+    static inline int locks = 0;
+    static inline int unlocks = 0;
+};
+struct CountLocker {
+    static void Lock() noexcept { objects.count.fetch_add(1); }
+    static void Unlock() noexcept { ADD_FAILURE() << "the library counts down"; }
+    static inline LiveObjects objects;
+    static constexpr LiveObjects* liveObjects = &objects;
+};
+
+TEST(Locker, SeesAnObjectComeAliveAndGoAway)
+{
+    {
+        const FacePtr<Left> object = FacePtr<Left>(MakeFace<Impl<BothImpl, PairLocker>>());
+        const FacePtr<Left> copy = object;
+        const WeakPtr<Left> weak(object);
+        EXPECT_TRUE(weak.Lock());
+        EXPECT_EQ(PairLocker::locks, 1);
+        EXPECT_EQ(PairLocker::unlocks, 0);
+    }
+    EXPECT_EQ(PairLocker::locks, 1);
+    EXPECT_EQ(PairLocker::unlocks, 1);
+    {
+        const auto object = MakeFace<Impl<BothImpl, CountLocker>>();
+        EXPECT_EQ(CountLocker::objects.count, 1U);
+        object->onDeath = [](BothImpl&) {
+            EXPECT_EQ(CountLocker::objects.count, 1U) << "counted behind its destructor";
+        };
+    }
+    EXPECT_EQ(CountLocker::objects.count, 0U);
+    EXPECT_NE(CountLocker::objects.changed, 0U);
+}
+
+} // namespace Testing

@@ -1,0 +1,179 @@
+#include "object/compound_factory.h"
+#include "object/match.h"
+#include "tests/object/test_faces.h"
+#include <tessel/base/error.h>
+#include <tessel/object/manager.h>
+#include <tessel/object/registration.h>
+#include <tessel/object/system_main.h>
+
+#include <gtest/gtest.h>
+
+namespace Testing {
+
+// Serves the classes it is given, and can fail in a constructor.
+class TestFactory : public Face<Object::StaticFactory> {
+public:
+    explicit TestFactory(std::vector<WideString> classes) : served(std::move(classes)) { }
+    void CreateInstance(const Clsid& clsid, FacePtr<BaseFace>& out) override
+    {
+        ++calls;
+        if (clsid == u"CID_Testing::Throws")
+            throw Error("constructor", "test");
+        for (const WideString& name : served)
+            if (clsid == name && name != u"CID_Testing::Nothing")
+                out = FacePtr<Left>(MakeFace<Both>()).Cast<BaseFace>("test");
+    }
+    void ListClasses(Object::ClassInfoList& out) override
+    {
+        ++listings;
+        for (const WideString& name : served)
+            out.push_back(Object::DescribeClass<BothImpl>(name.c_str()));
+    }
+    std::vector<WideString> served;
+    int calls = 0;
+    int listings = 0;
+};
+
+class TypeFactory : public Face<Object::DynamicFactory> {
+public:
+    explicit TypeFactory(const char16_t* served) : named(served) { }
+    void CreateObject(const Clsid& clsid, const char16_t* wanted, FacePtr<BaseFace>& out) override
+    {
+        if (Tail(clsid) == named)
+            out = FacePtr<BaseFace>::Adopt(FacePtr<Left>(MakeFace<Both>())->Cast(wanted));
+        ++calls;
+    }
+    void ListTypes(Object::TypeSet& out) override { out.insert(u"Testing::Kind"); }
+    Object::ClassInfo GetClassInfo(const Clsid& clsid) override
+    {
+        return Tail(clsid) == named ? Object::ClassInfo{clsid.GetText(), {}, u"extra"} : Object::ClassInfo();
+    }
+    Object::ClassInfoList FindClasses(const Clsid&, const WideString&) override { return {{named, {}, {}}}; }
+    WideString named;
+    int calls = 0;
+};
+
+template <class Made, class... Arguments>
+FacePtr<Impl<Made, Module>> Make(Arguments&&... arguments)
+{
+    return MakeFace<Impl<Made, Module>>(std::forward<Arguments>(arguments)...);
+}
+
+FacePtr<Object::Manager> TheManager()
+{
+    return FacePtr<Object::Manager>(Clsid(Object::managerClass));
+}
+
+WideString FailureOf(const char16_t* clsid, const char16_t* iid)
+{
+    try {
+        Object::CreateObject(clsid, iid);
+        return u"none";
+    } catch (const Error& error) {
+        return error.Format();
+    }
+}
+
+TEST(Manager, WithoutAStartKnowsOnlyItself)
+{
+    const auto manager = TheManager();
+    EXPECT_EQ(manager, TheManager());
+    EXPECT_TRUE(manager->IsRegistered(Object::managerClass));
+    EXPECT_FALSE(manager->IsRegistered(u"CID_Nobody"));
+    const char16_t* const failure = u"An internal error occured (object: clsid-not-found(CID_Nobody)).";
+    EXPECT_EQ(FailureOf(u"CID_Nobody", BaseFace::iid), failure);
+    EXPECT_EQ(FailureOf(Object::managerClass, u"IID_Nothing"),
+        u"An internal error occured (object: clsid-not-found(CID_Object::Manager)).")
+        << "a missing face fails like an unknown class";
+    EXPECT_THROW(manager->GetClassInfo(u"CID_Nobody"), Error);
+}
+
+TEST(Manager, LastFactoryForAClassServesItAndHasNoFallBack)
+{
+    const auto manager = TheManager();
+    const auto first = Make<TestFactory>(std::vector<WideString>{u"CID_Testing::A", u"CID_Testing::B"});
+    auto second = Make<TestFactory>(std::vector<WideString>{u"CID_Testing::A"});
+    manager->AddFactory(FacePtr<Object::Factory>(first));
+    manager->AddFactory(FacePtr<Object::Factory>(second));
+    FacePtr<Left> made{Clsid(u"CID_Testing::A")};
+    EXPECT_EQ(made->InLeft(), 2);
+    EXPECT_EQ(second->calls, 1);
+    second = nullptr;
+    EXPECT_THROW(made = Clsid(u"CID_Testing::A"), Error);
+    EXPECT_FALSE(made) << "what was held is gone before the class is asked for";
+    EXPECT_NO_THROW(made = Clsid(u"CID_Testing::B"));
+}
+
+TEST(Manager, ConstructorFailurePassesThrough)
+{
+    const auto manager = TheManager();
+    const auto factory =
+        Make<TestFactory>(std::vector<WideString>{u"CID_Testing::Throws", u"CID_Testing::Nothing"});
+    manager->AddFactory(FacePtr<Object::Factory>(factory));
+    EXPECT_EQ(
+        FailureOf(u"CID_Testing::Throws", BaseFace::iid), u"An internal error occured (test: constructor).");
+    EXPECT_NE(FailureOf(u"CID_Testing::Nothing", BaseFace::iid), u"none") << "a static hit ends the search";
+}
+
+TEST(Manager, DynamicFactoriesAreAskedInOrderByType)
+{
+    const auto manager = TheManager();
+    const auto first = Make<TypeFactory>(u"x");
+    const auto second = Make<TypeFactory>(u"y");
+    manager->AddFactory(FacePtr<Object::Factory>(first));
+    manager->AddFactory(FacePtr<Object::Factory>(second));
+    EXPECT_TRUE(Object::CreateObject(u"Testing::Kind|y", Left::iid));
+    EXPECT_TRUE(Object::CreateObject(u"Testing::Kind|x", Left::iid));
+    EXPECT_EQ(first->calls, 2);
+    EXPECT_EQ(second->calls, 1);
+    EXPECT_THROW(Object::CreateObject(u"Testing::Kind|z", Left::iid), Error);
+    EXPECT_THROW(Object::CreateObject(u"Other::Kind|x", Left::iid), Error);
+    EXPECT_EQ(manager->GetClassInfo(u"Testing::Kind|y").extra, u"extra");
+    EXPECT_EQ(manager->FindClasses(u"Testing::Kind|", {}).back().clsid, u"y");
+}
+
+TEST(Manager, FindsClassesByPatternAndInterface)
+{
+    Object::CompoundFactory* compound = nullptr;
+    const auto owner = Make<Object::CompoundFactory>();
+    compound = owner.Get();
+    const auto factory = Make<TestFactory>(std::vector<WideString>{u"CID_A", u"CID_B", u"CID_C"});
+    const auto neither = MakeFace<Both>();
+    compound->AddFactory(FacePtr<Object::Factory>(factory));
+    factory->listings = 0;
+    EXPECT_EQ(compound->FindClasses({}, {}).size(), 3U);
+    EXPECT_EQ(factory->listings, 1) << "asked once for all its classes";
+    EXPECT_EQ(compound->FindClasses(u"CID_B", Right::iid.text).front().clsid, u"CID_B");
+    EXPECT_TRUE(compound->FindClasses({}, u"IID_Other").empty());
+    Object::ClassInfoList all = {{u"before", {}, {}}};
+    compound->ListClasses(all);
+    EXPECT_EQ(all.size(), 4U) << "adds to the list";
+}
+
+TEST(Clsid, PatternsNameComponentsFromTheType)
+{
+    EXPECT_EQ(Head(u"T|a|b"), u"T");
+    EXPECT_EQ(Tail(u"T|a|b"), u"a|b");
+    EXPECT_EQ(Head(u"plain"), u"");
+    EXPECT_EQ(Tail(u"plain"), u"plain");
+    const struct {
+        const char16_t *clsid, *pattern;
+        bool matches;
+    } cases[] = {{u"anything", u"", true}, {u"T|a", u"", true}, {u"plain", u"plain", true},
+        {u"plain", u"plai", false}, {u"T|a", u"a", true}, {u"T|a", u"T|a", true}, {u"T|a", u"U|a", false},
+        {u"T|a|b", u"T|", true}, {u"T|a|b", u"T|a|", true}, {u"T|a|b", u"T|c|", false},
+        {u"T|a|b", u"T|a|b", true}, {u"T|a|b", u"T|b", false}, {u"T|a", u"T|a|", false},
+        {u"plain", u"T|", false}};
+    for (const auto& c : cases)
+        EXPECT_EQ(Object::MatchesPattern(c.clsid, c.pattern), c.matches)
+            << NarrowString(c.clsid).c_str() << " " << NarrowString(c.pattern).c_str();
+}
+
+TEST(SystemMain, UnknownStatesDoNothing)
+{
+    EXPECT_EQ(Object::SystemMain(static_cast<Module::StateType>(3), nullptr), nullptr);
+    EXPECT_EQ(Object::SystemMain(Module::StateType::notStarted, nullptr), nullptr);
+    EXPECT_EQ(Object::SystemMain(Module::StateType::stopped, nullptr), nullptr);
+}
+
+} // namespace Testing

@@ -1,0 +1,163 @@
+#include "tests/object/test_faces.h"
+#include <tessel/object/global.h>
+
+#include <gtest/gtest.h>
+#include <memory>
+
+namespace Testing {
+
+using Weak = BaseFace::WeakReference;
+
+TEST(WeakReference, ToNothingIsDeadAndStaysSo)
+{
+    Weak weak;
+    weak.AttachObject(nullptr);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(weak.LockObject(), nullptr);
+    BaseFace* const zombie = weak.object;
+    EXPECT_EQ(zombie->Cast(nullptr), nullptr);
+    weak.DetachObject();
+}
+
+TEST(WeakReference, AllAreDeadBeforeTheDestructorRuns)
+{
+    static std::unique_ptr<Weak[]> weak;
+    weak = std::make_unique<Weak[]>(5);
+    FacePtr<Both> object = MakeFace<Both>();
+    for (int i = 0; i < 5; ++i)
+        weak[i].AttachObject(Primary(object.Get()));
+    object->onDeath = [](BothImpl&) {
+        for (int i = 0; i < 5; ++i)
+            EXPECT_EQ(weak[i].LockObject(), nullptr);
+        weak[3].DetachObject();
+    };
+    BaseFace* const locked = weak[4].LockObject();
+    EXPECT_EQ(locked, Primary(object.Get()));
+    object = nullptr;
+    EXPECT_EQ(BothImpl::living, 1) << "the locked reference holds it";
+    locked->Release();
+    EXPECT_EQ(BothImpl::living, 0);
+    for (const int i : {0, 1, 2, 4})
+        weak[i].DetachObject();
+    weak = nullptr;
+}
+
+TEST(WeakReference, DetachesFromAnyPlaceInTheList)
+{
+    FacePtr<Both> object = MakeFace<Both>();
+    for (const int first : {0, 1, 2}) {
+        Weak weak[3];
+        for (Weak& one : weak)
+            one.AttachObject(Primary(object.Get()));
+        for (int i = 0; i < 3; ++i)
+            weak[(first + i) % 3].DetachObject();
+    }
+    const WeakPtr<Left> last{FacePtr<Left>(object)};
+    object = nullptr;
+    EXPECT_FALSE(last.Lock());
+}
+
+TEST(WeakPtr, LocksTheFaceItWasMadeFrom)
+{
+    FacePtr<Both> object = MakeFace<Both>();
+    WeakPtr<Right> weak(FacePtr<Right>{object});
+    WeakPtr<Right> copy = weak;
+    EXPECT_EQ(copy.Lock()->InRight(), 3);
+    weak = FacePtr<Right>();
+    EXPECT_FALSE(weak.Lock());
+    weak = copy;
+    object = nullptr;
+    EXPECT_FALSE(weak.Lock());
+    const WeakPtr<Right> deadCopy = copy;
+    EXPECT_FALSE(deadCopy.Lock());
+}
+
+struct FirstLocker {
+    static void Lock() noexcept { ++balance; }
+    static void Unlock() noexcept { --balance; }
+    static inline int balance = 0;
+};
+
+TEST(WeakReference, CanGiveAnObjectItsFirstReference)
+{
+    auto* const bare = new Impl<BothImpl, FirstLocker>;
+    Weak weak;
+    weak.AttachObject(Primary(bare));
+    BaseFace* const locked = weak.LockObject();
+    ASSERT_NE(locked, nullptr);
+    EXPECT_EQ(FirstLocker::balance, 1);
+    locked->Release();
+    EXPECT_EQ(FirstLocker::balance, 0) << "it was the only one, so the object is gone";
+    EXPECT_EQ(weak.LockObject(), nullptr);
+    weak.DetachObject();
+}
+
+class Single : public Face<Named> {
+public:
+    Single() { ++made; }
+    int Name() override { return made; }
+    void OnFirstReference()
+    {
+        if (failing)
+            throw 1;
+    }
+    static inline int made = 0;
+    static inline bool failing = false;
+};
+
+TEST(Global, LivesAsLongAsSomebodyHoldsIt)
+{
+    using Global = ImplGlobal<Single, Module>;
+    FacePtr<Single> first = Global::Get();
+    EXPECT_EQ(Global::Get().Get(), first.Get());
+    EXPECT_EQ(first->Name(), 1);
+    const WeakPtr<Named> old{FacePtr<Named>(first)};
+    first = nullptr;
+    EXPECT_FALSE(old.Lock());
+    first = Global::Get();
+    EXPECT_EQ(first->Name(), 2);
+    EXPECT_FALSE(old.Lock()) << "the new one is another object";
+}
+
+TEST(Global, OneThatCannotStartIsDroppedAndTriedAgain)
+{
+    using Global = ImplGlobal<Single, Module>;
+    Single::failing = true;
+    EXPECT_THROW(Global::Get(), int);
+    Single::failing = false;
+    EXPECT_TRUE(Global::Get());
+}
+
+// Asks for itself while it dies.
+class Phoenix : public Face<Named> {
+public:
+    ~Phoenix();
+    int Name() override { return 5; }
+    static inline FacePtr<Phoenix> successor;
+};
+using PhoenixGlobal = ImplGlobal<Phoenix, Module>;
+Phoenix::~Phoenix()
+{
+    if (!successor)
+        successor = PhoenixGlobal::Get();
+}
+
+TEST(Global, DyingOneIsReplacedAndDoesNotClearItsSuccessor)
+{
+    PhoenixGlobal::Get() = nullptr;
+    ASSERT_TRUE(Phoenix::successor);
+    EXPECT_EQ(PhoenixGlobal::Get().Get(), Phoenix::successor.Get());
+    Phoenix::successor = nullptr;
+}
+
+TEST(LifeDeathTest, ReferenceTakenInTheDestructorEndsTheProcess)
+{
+    EXPECT_DEATH(
+        {
+            auto object = MakeFace<Both>();
+            object->onDeath = [](BothImpl& dying) { const FacePtr<Left> taken(&dying); };
+        },
+        "pure virtual");
+}
+
+} // namespace Testing
