@@ -3,8 +3,8 @@
 
 #include "platform/errors.h"
 #include "platform/linux/files/calls.h"
-#include "platform/linux/files/descriptor.h"
 #include "platform/linux/files/disk_path.h"
+#include "platform/linux/files/folder_reader.h"
 
 namespace Platform {
 
@@ -63,7 +63,7 @@ bool SyncFolderOf(const DiskPath& place) noexcept
     const char* const folder = place.FolderName(room);
     if (!folder)
         return Fail(ERROR_NOT_ENOUGH_MEMORY);
-    const Descriptor opened(Seam::OpenAt(place.Folder(), folder, O_RDONLY | O_DIRECTORY));
+    const Descriptor opened = OpenFolder(place.Folder(), folder, 0);
     return (opened && Seam::Sync(opened.Get()) == 0) || FailWithErrno();
 }
 

@@ -25,11 +25,6 @@ namespace {
 constexpr std::size_t maximumNameBytes = 255;
 static_assert(maximumNameBytes < MAX_PATH);
 
-bool IsDots(const FolderEntry& entry) noexcept
-{
-    return entry.name[0] == '.' && (entry.bytes == 1 || (entry.bytes == 2 && entry.name[1] == '.'));
-}
-
 void Fill(const EntryStatus& status, WIN32_FIND_DATAW& found) noexcept
 {
     found.dwFileAttributes = status.attributes;
@@ -78,13 +73,10 @@ bool Search::Start(const DiskPath& folder, const char16_t* name, std::size_t cha
 {
     if (!pattern.Set(name, chars))
         return Fail(ERROR_NOT_ENOUGH_MEMORY);
-    int descriptor = -1;
-    do
-        descriptor = Seam::OpenAt(folder.Folder(), folder.Name(), O_RDONLY | O_DIRECTORY | O_NONBLOCK);
-    while (descriptor < 0 && errno == EINTR);
-    if (descriptor < 0)
+    Descriptor opened = OpenFolder(folder.Folder(), folder.Name(), 0);
+    if (!opened)
         return errno == ENOENT ? Fail(ERROR_PATH_NOT_FOUND) : FailWithErrno();
-    return reader.Start(Descriptor(descriptor)) || FailWithErrno();
+    return reader.Start(std::move(opened)) || FailWithErrno();
 }
 
 bool Search::Next(std::uint32_t atEnd, WIN32_FIND_DATAW& found) noexcept
@@ -100,13 +92,13 @@ bool Search::Next(std::uint32_t atEnd, WIN32_FIND_DATAW& found) noexcept
 // An entry that has gone since it was listed is passed over.
 bool Search::Take(const FolderEntry& entry, WIN32_FIND_DATAW& found) noexcept
 {
-    if (entry.bytes > maximumNameBytes || (IsDots(entry) && !pattern.MatchesAll()))
+    if (entry.bytes > maximumNameBytes || (entry.IsDots() && !pattern.MatchesAll()))
         return false;
     const std::size_t chars = NameToText(entry.name, entry.bytes, found.cFileName);
     found.cFileName[chars] = u'\0';
     if (!pattern.Matches(found.cFileName, chars))
         return false;
-    const bool hidden = entry.name[0] == '.' && !IsDots(entry);
+    const bool hidden = entry.name[0] == '.' && !entry.IsDots();
     EntryStatus status;
     if (level == FindExInfoBasic && entry.kind != DT_UNKNOWN)
         status = StatusFromKind(entry.kind, hidden);

@@ -7,6 +7,15 @@
 
 namespace Platform {
 
+Descriptor OpenFolder(int parent, const char* name, int flags) noexcept
+{
+    int descriptor = -1;
+    do
+        descriptor = Seam::OpenAt(parent, name, O_RDONLY | O_DIRECTORY | O_NONBLOCK | flags);
+    while (descriptor < 0 && errno == EINTR);
+    return Descriptor(descriptor);
+}
+
 bool FolderReader::Start(Descriptor opened) noexcept
 {
     if (!buffer)

@@ -8,10 +8,17 @@
 
 namespace Platform {
 
+// Opens a folder for reading; nothing else is opened. With O_NOFOLLOW in `flags` a link is not followed.
+// Empty with errno on failure.
+Descriptor OpenFolder(int parent, const char* name, int flags) noexcept;
+
 struct FolderEntry {
     const char* name; // valid until the next call
     std::size_t bytes;
     unsigned char kind; // DT_DIR, DT_LNK, ..., or DT_UNKNOWN where the file system does not tell
+
+    // "." or "..".
+    bool IsDots() const { return name[0] == '.' && (bytes == 1 || (bytes == 2 && name[1] == '.')); }
 };
 
 class FolderReader {
