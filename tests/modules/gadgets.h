@@ -1,0 +1,24 @@
+// What the test modules offer.
+#pragma once
+
+#include <tessel/base/string.h>
+#include <tessel/object/face.h>
+
+namespace Testing {
+
+struct Gadget : Face<> {
+    static constexpr Iid iid = u"IID_Testing::Gadget"_iid;
+
+    virtual int Answer() = 0;
+    // A text whose characters the module made.
+    virtual WideString Describe() = 0;
+    // Throws an Error made here, or a standard exception.
+    virtual void Fail(bool standard) = 0;
+};
+
+// While a gadget of this class is made, the gate is open to others: it waits for the value to change.
+struct Gate : Face<> {
+    static constexpr Iid iid = u"IID_Testing::Gate"_iid;
+};
+
+} // namespace Testing
