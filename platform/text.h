@@ -9,6 +9,8 @@
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <iterator>
 
 namespace Platform {
 
@@ -43,13 +45,38 @@ std::size_t _mbslen(const char* text) noexcept;
 // length is 0.
 std::size_t Utf8ToUtf16Length(const char* source, std::size_t bytes) noexcept;
 std::size_t Utf16ToUtf8Length(const char16_t* source, std::size_t chars) noexcept;
+inline std::size_t UtfLength(const char* source, std::size_t bytes) noexcept
+{
+    return Utf8ToUtf16Length(source, bytes);
+}
+inline std::size_t UtfLength(const char16_t* source, std::size_t chars) noexcept
+{
+    return Utf16ToUtf8Length(source, chars);
+}
 
 // Converts and returns what was written, no terminator. What does not fit is left out, the conversion
-// ends before it: a character is never cut in half.
+// ends before it: a character is never cut in half. The rest of the room may be overwritten.
 std::size_t Utf8ToUtf16(
     const char* source, std::size_t bytes, char16_t* target, std::size_t targetChars) noexcept;
 std::size_t Utf16ToUtf8(
     const char16_t* source, std::size_t chars, char* target, std::size_t targetBytes) noexcept;
+
+// The same, telling also how much of the source was taken: the conversion can go on from there.
+struct UtfProgress {
+    std::size_t read;
+    std::size_t written;
+};
+UtfProgress ConvertUtf(
+    const char* source, std::size_t bytes, char16_t* target, std::size_t targetChars) noexcept;
+UtfProgress ConvertUtf(
+    const char16_t* source, std::size_t chars, char* target, std::size_t targetBytes) noexcept;
+
+// Converts a whole text into room of exactly its length, faster than measuring it first. `makeRoom` is
+// called as makeRoom(units, kept): it returns room for so many units, no terminator counted, the first
+// `kept` of which hold what was written to the room that it gave before; or null, which ends the
+// conversion. The last of at most two calls is for the length of the whole text, which is returned.
+template <class To, class From, class MakeRoom>
+std::size_t ConvertUtfWhole(const From* source, std::size_t units, MakeRoom makeRoom);
 
 // ---- Code pages
 
@@ -133,5 +160,51 @@ int FormatMessageText(std::uint32_t flags, const char16_t* source, std::uint32_t
     std::size_t capacity, std::va_list* arguments) noexcept;
 int FormatMessageText(std::uint32_t flags, const char* source, std::uint32_t messageId, char* buffer,
     std::size_t capacity, std::va_list* arguments) noexcept;
+
+// ----
+
+// memcpy for short texts of any length: it costs no call, and the last block overlaps the one before.
+inline void CopyInBlocks(void* target, const void* source, std::size_t bytes) noexcept
+{
+    constexpr std::size_t block = 16;
+    auto* const to = static_cast<char*>(target);
+    const auto* const from = static_cast<const char*>(source);
+    if (bytes < block) {
+        std::memcpy(to, from, bytes);
+        return;
+    }
+    for (std::size_t done = 0; done + block <= bytes; done += block)
+        std::memcpy(to + done, from + done, block);
+    std::memcpy(to + bytes - block, from + bytes - block, block);
+}
+
+template <class To, class From, class MakeRoom>
+std::size_t ConvertUtfWhole(const From* source, std::size_t units, MakeRoom makeRoom)
+{
+    constexpr std::size_t shortest = 256;
+    constexpr std::size_t toUnits = sizeof(To) == 1 ? 3 : 1; // at most, for each of the source
+    if (units <= shortest) {
+        To text[shortest * toUnits];
+        const std::size_t length = ConvertUtf(source, units, text, std::size(text)).written;
+        if (To* const room = makeRoom(length, std::size_t{0}))
+            CopyInBlocks(room, text, length * sizeof(To));
+        return length;
+    }
+    // A long text is taken for ASCII until it shows that it is not.
+    To* room = makeRoom(units, std::size_t{0});
+    if (room == nullptr)
+        return 0;
+    const UtfProgress done = ConvertUtf(source, units, room, units);
+    const From* const rest = source + done.read;
+    const std::size_t restUnits = units - done.read;
+    const std::size_t restLength = restUnits == 0 ? 0 : UtfLength(rest, restUnits);
+    const std::size_t length = done.written + restLength;
+    if (length == units)
+        return length;
+    room = makeRoom(length, done.written);
+    if (room != nullptr && restUnits > 0)
+        ConvertUtf(rest, restUnits, room + done.written, restLength);
+    return length;
+}
 
 } // namespace Platform

@@ -98,16 +98,14 @@ private:
     std::size_t units = 0;
 };
 
+// From the first place on at which a run stopped.
 template <class Unit, class Target>
-Conversion Convert(const Unit* source, std::size_t units, Target target, Road road) noexcept
+[[gnu::noinline]] Conversion ConvertSingly(
+    const Unit* const start, const Unit* source, const Unit* end, Target target, Road road) noexcept
 {
-    constexpr std::ptrdiff_t stretch = 16; // single characters until a run is tried again
-    const Unit* const start = source;
-    const Unit* const end = source + units;
+    constexpr std::ptrdiff_t stretch = 64; // until a run is tried again
     bool replaced = false;
     while (source != end) {
-        if (road == Road::Fastest && end - source >= stretch)
-            source = target.Run(source, end);
         const Unit* const pause = end - source > stretch ? source + stretch : end;
         while (source < pause) {
             const Character character = Decode(source, static_cast<std::size_t>(end - source));
@@ -116,8 +114,19 @@ Conversion Convert(const Unit* source, std::size_t units, Target target, Road ro
             source += character.length;
             replaced |= !character.valid;
         }
+        if (road == Road::Fastest)
+            source = target.Run(source, end);
     }
-    return {units, target.Written(), replaced};
+    return {static_cast<std::size_t>(source - start), target.Written(), replaced};
+}
+
+template <class Unit, class Target>
+Conversion Convert(const Unit* source, std::size_t units, Target target, Road road) noexcept
+{
+    const Unit* const end = source + units;
+    const Unit* const rest = road == Road::Fastest ? target.Run(source, end) : source;
+    return rest == end ? Conversion{units, target.Written(), false}
+                       : ConvertSingly(source, rest, end, target, road);
 }
 
 const Byte* Bytes(const char* source) noexcept
@@ -171,6 +180,20 @@ std::size_t Utf16ToUtf8(
     const char16_t* source, std::size_t chars, char* target, std::size_t targetBytes) noexcept
 {
     return Utf::ToUtf8(source, chars, target, targetBytes).written;
+}
+
+UtfProgress ConvertUtf(
+    const char* source, std::size_t bytes, char16_t* target, std::size_t targetChars) noexcept
+{
+    const Utf::Conversion done = Utf::ToUtf16(source, bytes, target, targetChars);
+    return {done.read, done.written};
+}
+
+UtfProgress ConvertUtf(
+    const char16_t* source, std::size_t chars, char* target, std::size_t targetBytes) noexcept
+{
+    const Utf::Conversion done = Utf::ToUtf8(source, chars, target, targetBytes);
+    return {done.read, done.written};
 }
 
 std::size_t _mbslen(const char* text) noexcept
