@@ -1,19 +1,20 @@
 // The string tables that a module carries: plain constants that it exports under one name.
 //
-//     extern "C" TESSEL_EXPORT const Platform::StringTable Module_StringTables[] = {
+//     extern "C" [[gnu::visibility("default")]] const Platform::StringTable Module_StringTables[] = {
 //         {2, 0x0409, u"\0" u"\5first" u"\6second" ...},   // ids 16 to 31 in English
 //         {2, 0x0407, ...},
 //         {},
 //     };
 //
-// Found tables belong to the module and live as long as it is loaded.
+// NULL_MODULE is the program of the process. Found tables belong to the module and live as long as it is
+// loaded.
 #pragma once
+
+#include "platform/modules.h"
 
 #include <cstdint>
 
 namespace Platform {
-
-enum class Module : std::uintptr_t; // 0 is the program of the process
 
 // One block of sixteen strings in one language: block n holds the ids from 16 * (n - 1). The strings
 // stand in a row, each as a count of chars and then that many, no terminator; an absent one has count 0.
@@ -28,7 +29,8 @@ constexpr std::uint32_t RT_STRING = 6; // the only type of resource that there i
 
 // The table of that block in that language. Null if there is none, with ERROR_RESOURCE_DATA_NOT_FOUND (the
 // module has no tables), ERROR_RESOURCE_TYPE_NOT_FOUND, ERROR_RESOURCE_NAME_NOT_FOUND (no such block) or
-// ERROR_RESOURCE_LANG_NOT_FOUND. Tables of the modules that a module needs are not its own.
+// ERROR_RESOURCE_LANG_NOT_FOUND; ERROR_INVALID_HANDLE for no module. Tables of the modules that a module
+// needs are not its own.
 const StringTable* FindResourceExW(
     Module module, std::uint32_t type, std::uint32_t name, std::uint16_t language) noexcept;
 

@@ -2,12 +2,9 @@
 
 #include "platform/errors.h"
 #include "platform/kernel.h"
-#include "platform/linux/seam.h"
-
+#include "platform/modules.h"
 #include <cstddef>
-#include <dlfcn.h>
 #include <initializer_list>
-#include <link.h>
 
 namespace Platform {
 
@@ -22,23 +19,13 @@ std::nullptr_t FailNull(std::uint32_t code) noexcept
     return nullptr;
 }
 
-// dlsym also looks into what the module was linked with. Only what lies in the module itself counts.
-bool IsWithin(void* handle, const void* symbol) noexcept
-{
-    link_map* ofModule = nullptr;
-    void* ofSymbol = nullptr;
-    Dl_info place{};
-    return dlinfo(handle, RTLD_DI_LINKMAP, &ofModule) == 0
-        && dladdr1(symbol, &place, &ofSymbol, RTLD_DL_LINKMAP) != 0 && ofModule == ofSymbol;
-}
-
 const StringTable* TablesOf(Module module) noexcept
 {
-    // The program's handle needs no closing: it is never unloaded.
-    void* const handle = module == Module{} ? dlopen(nullptr, RTLD_LAZY)
-                                            : reinterpret_cast<void*>(static_cast<std::uintptr_t>(module));
-    void* const symbol = Seam::Guarded<void*>(nullptr, [handle] { return dlsym(handle, stringTablesName); });
-    return symbol != nullptr && IsWithin(handle, symbol) ? static_cast<const StringTable*>(symbol) : nullptr;
+    const FARPROC symbol =
+        GetProcAddress(module == NULL_MODULE ? GetModuleHandleW(nullptr) : module, stringTablesName);
+    if (symbol == nullptr && GetLastError() == ERROR_PROC_NOT_FOUND)
+        Fail(ERROR_RESOURCE_DATA_NOT_FOUND);
+    return reinterpret_cast<const StringTable*>(symbol);
 }
 
 // Calls `accept` for each table of the block until it is content with one.
@@ -49,7 +36,7 @@ const StringTable* FindTable(Module module, std::uint32_t type, std::uint32_t na
         return FailNull(ERROR_RESOURCE_TYPE_NOT_FOUND);
     const StringTable* table = TablesOf(module);
     if (table == nullptr)
-        return FailNull(ERROR_RESOURCE_DATA_NOT_FOUND);
+        return nullptr;
     bool hasBlock = false;
     for (; table->strings != nullptr; ++table) {
         hasBlock |= table->block == name;
