@@ -1,4 +1,4 @@
-# What every target built here is compiled with, and the three kinds of targets that the rooms are made of.
+# What every target built here is compiled with, and the kinds of targets that the rooms are made of.
 
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
@@ -11,10 +11,19 @@ endif()
 if(TESSEL_SEAMS)
     target_compile_definitions(tessel_options INTERFACE TESSEL_SEAMS)
 endif()
+
+# Everything below, client modules too.
 if(TESSEL_SANITIZE)
-    target_compile_options(tessel_options INTERFACE
-        -fsanitize=${TESSEL_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -O1)
-    target_link_options(tessel_options INTERFACE -fsanitize=${TESSEL_SANITIZE})
+    add_compile_options(-fsanitize=${TESSEL_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -O1)
+    add_link_options(-fsanitize=${TESSEL_SANITIZE})
+endif()
+# ThreadSanitizer needs its fixed places in memory, which a kernel with many random bits gives to others.
+if(TESSEL_SANITIZE MATCHES "thread" AND NOT CMAKE_CROSSCOMPILING_EMULATOR)
+    find_program(TESSEL_SETARCH setarch)
+    execute_process(COMMAND ${TESSEL_SETARCH} -R true RESULT_VARIABLE failure ERROR_QUIET)
+    if(failure STREQUAL "0")
+        set(CMAKE_CROSSCOMPILING_EMULATOR ${TESSEL_SETARCH} -R)
+    endif()
 endif()
 
 # tessel_room(name [DEPENDS rooms...] SOURCES files...)
@@ -34,12 +43,18 @@ function(tessel_room name)
     endif()
 endfunction()
 
+add_custom_target(concurrent_tests)
+
 # tessel_test(name SOURCES files... [LINK targets...] [LABELS labels...])
-# A GoogleTest program; every test of it becomes one of CTest's. The label "concurrent" puts it under ThreadSanitizer.
+# A GoogleTest program; every test of it becomes one of CTest's. The label "concurrent" puts it under ThreadSanitizer
+# and makes it a part of concurrent_tests.
 function(tessel_test name)
     cmake_parse_arguments(PARSE_ARGV 1 test "" "" "SOURCES;LINK;LABELS")
     add_executable(${name} ${test_SOURCES})
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
     target_link_libraries(${name} PRIVATE tessel_options ${test_LINK} GTest::gtest GTest::gtest_main)
     gtest_discover_tests(${name} PROPERTIES LABELS "${test_LABELS}" TIMEOUT 300 DISCOVERY_TIMEOUT 60)
+    if("concurrent" IN_LIST test_LABELS)
+        add_dependencies(concurrent_tests ${name})
+    endif()
 endfunction()

@@ -15,6 +15,8 @@ class CompoundFactory : public Face<StaticFactory, DynamicFactory> {
 public:
     // Takes over the classes and adds the types of a factory; the last one added for a class serves it.
     void AddFactory(const FacePtr<Factory>& factory);
+    // The one that serves the class by its name; null if none does.
+    FacePtr<StaticFactory> FindStatic(const Clsid& clsid) { return statics.Find(clsid); }
 
     void CreateObject(const Clsid& clsid, const char16_t* wanted, FacePtr<BaseFace>& out) override;
     void CreateInstance(const Clsid& clsid, FacePtr<BaseFace>& out) override;

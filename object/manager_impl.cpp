@@ -3,6 +3,7 @@
 #include <tessel/base/error.h>
 #include <tessel/module.h>
 #include <tessel/object/global.h>
+#include <tessel/object/library.h>
 
 namespace Object {
 
@@ -72,6 +73,12 @@ void ManagerImpl::AddFactory(const FacePtr<Factory>& factory)
 FacePtr<BaseFace> CreateObject(const Clsid& clsid, const char16_t* iid)
 {
     return ManagerImpl::Get()->CreateObject(clsid, iid);
+}
+
+FacePtr<Library> FindLibrary(const Clsid& clsid)
+{
+    const FacePtr<ManagerImpl> manager = ImplGlobal<ManagerImpl, Module>::Get();
+    return manager->FindFactory(clsid).TryCast<Library>();
 }
 
 } // namespace Object

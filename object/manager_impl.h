@@ -16,6 +16,9 @@ public:
     ClassInfoList FindClasses(const Clsid& pattern, const WideString& interface) override;
     void AddFactory(const FacePtr<Factory>& factory) override;
 
+    // The factory that serves the class by its name; null if none does.
+    FacePtr<StaticFactory> FindFactory(const Clsid& clsid) { return compound->FindStatic(clsid); }
+
     // The one of this process, made if there is none.
     static FacePtr<Manager> Get();
 

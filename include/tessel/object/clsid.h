@@ -18,6 +18,7 @@ public:
     bool IsEmpty() const noexcept { return text.IsEmpty(); }
 
     friend bool operator==(const Clsid&, const Clsid&) noexcept = default;
+    friend bool operator==(const Clsid& clsid, const char16_t* name) noexcept { return clsid.text == name; }
     friend std::strong_ordering operator<=>(const Clsid&, const Clsid&) noexcept = default;
 
 private:

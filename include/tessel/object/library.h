@@ -32,6 +32,10 @@ struct Library::Creator : Face<> {
 
 constexpr const char16_t* libraryCreatorClass = u"CID_Object::Library_Creator";
 
+// The client module that serves the class, which is not loaded for that; null for the classes of the library
+// and of the host, and for those that nobody knows by name.
+TESSEL_API FacePtr<Library> FindLibrary(const Clsid& clsid);
+
 // Why the calling thread's last attempt to load a module failed, in the words of the system's loader; empty
 // if it did not. For tools and logs: it is not translated.
 TESSEL_API WideString GetLoadFailure();

@@ -20,13 +20,13 @@ constexpr std::uint32_t knownFlags = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HI
 // What was asked. The file is emptied after its sharing is claimed, never by the system's open itself;
 // so emptying needs a descriptor that writes, whatever the handle may do later.
 struct Request {
-    bool reads;
-    bool writes;
-    bool empties;
-    bool mayExist;
-    bool mayBeMade;
-    bool folderToo;
-    int flags; // for the system's open
+    bool reads = false;
+    bool writes = false;
+    bool empties = false;
+    bool mayExist = false;
+    bool mayBeMade = false;
+    bool folderToo = false;
+    int flags = 0; // for the system's open
 
     bool OnlyAttributes() const { return !reads && !writes && !empties; }
 };
@@ -158,7 +158,7 @@ Handle CreateFileW(const char16_t* path, std::uint32_t access, std::uint32_t sha
     std::uint32_t flagsAndAttributes) noexcept
 {
     const std::uint32_t before = GetLastError();
-    Request request;
+    Request request{};
     DiskPath place;
     Opened opened;
     if (!ReadRequest(access, disposition, flagsAndAttributes, request) || !place.Set(path)
