@@ -82,6 +82,8 @@ bool Search::Start(const DiskPath& folder, const char16_t* name, std::size_t cha
 bool Search::Next(std::uint32_t atEnd, WIN32_FIND_DATAW& found) noexcept
 {
     const std::lock_guard guard(lock);
+    if (!reader) // the search for one entry, which has been given out
+        return Fail(atEnd);
     FolderEntry entry;
     while (reader.Next(entry))
         if (Take(entry, found))

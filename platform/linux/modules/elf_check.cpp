@@ -1,5 +1,8 @@
 #include "platform/linux/modules/elf_check.h"
 
+#include "platform/errors.h"
+#include "platform/files.h"
+
 #include <bit>
 #include <cstring>
 #include <elf.h>
@@ -20,20 +23,54 @@ constexpr unsigned ownMachine = EM_AARCH64;
 #error "name this machine's ELF number here"
 #endif
 
-static_assert(sizeof(ElfW(Ehdr)) <= moduleHeaderBytes);
+// Far above what linkers make.
+constexpr unsigned mostSegments = 256;
+
+bool ReadAt(Handle file, std::uint64_t offset, void* target, std::uint32_t size) noexcept
+{
+    auto high = static_cast<std::int32_t>(offset >> 32);
+    const std::uint32_t low = SetFilePointer(file, static_cast<std::int32_t>(offset), &high, FILE_BEGIN);
+    std::uint32_t read = 0;
+    return (low != INVALID_SET_FILE_POINTER || GetLastError() == ERROR_SUCCESS)
+        && ReadFile(file, target, size, &read) && read == size;
+}
+
+bool IsWithin(const ElfW(Phdr) & segment, std::uint64_t fileSize) noexcept
+{
+    return segment.p_type != PT_LOAD
+        || (segment.p_offset <= fileSize && segment.p_filesz <= fileSize - segment.p_offset);
+}
+
+bool HoldsAllSegments(Handle file, const ElfW(Ehdr) & header) noexcept
+{
+    std::uint32_t sizeHigh = 0;
+    const std::uint32_t sizeLow = GetFileSize(file, &sizeHigh);
+    const std::uint64_t size = std::uint64_t{sizeHigh} << 32 | sizeLow;
+    if (header.e_phentsize != sizeof(ElfW(Phdr)) || header.e_phnum == 0 || header.e_phnum > mostSegments)
+        return false;
+    for (unsigned i = 0; i < header.e_phnum; ++i) {
+        ElfW(Phdr) segment;
+        if (!ReadAt(file, header.e_phoff + i * sizeof segment, &segment, sizeof segment)
+            || !IsWithin(segment, size))
+            return false;
+    }
+    return true;
+}
 
 } // namespace
 
-const char* WhatIsNoModule(const unsigned char* header, std::size_t size) noexcept
+const char* WhatIsNoModule(Handle file) noexcept
 {
-    ElfW(Ehdr) file;
-    if (size < sizeof file || std::memcmp(header, ELFMAG, SELFMAG) != 0)
+    const LastErrorKeeper keeper;
+    ElfW(Ehdr) header;
+    if (!ReadAt(file, 0, &header, sizeof header) || std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0)
         return "not an ELF file";
-    std::memcpy(&file, header, sizeof file);
-    if (file.e_ident[EI_CLASS] != ownClass || file.e_ident[EI_DATA] != ownOrder
-        || file.e_machine != ownMachine)
+    if (header.e_ident[EI_CLASS] != ownClass || header.e_ident[EI_DATA] != ownOrder
+        || header.e_machine != ownMachine)
         return "an ELF file of another machine";
-    return file.e_type == ET_DYN ? nullptr : "an ELF file that is no shared object";
+    if (header.e_type != ET_DYN)
+        return "an ELF file that is no shared object";
+    return HoldsAllSegments(file, header) ? nullptr : "an ELF file that was cut off";
 }
 
 } // namespace Platform

@@ -1,15 +1,14 @@
-// Whether a file can be a module of this process at all: told by its first bytes, before the system's
-// loader gets to see it.
+// Whether a file can be a module of this process at all: told by its headers, before the system's loader gets
+// to see it. That maps what the headers say and touches it, so that a file which was cut off would end the
+// process with a signal.
 #pragma once
 
-#include <cstddef>
+#include "platform/kernel.h"
 
 namespace Platform {
 
-// Of a file's first bytes, up to this many.
-constexpr std::size_t moduleHeaderBytes = 64;
-
-// Null if it can, otherwise what it is instead, in words.
-const char* WhatIsNoModule(const unsigned char* header, std::size_t size) noexcept;
+// Null if the open file can be a module, otherwise what it is instead, in words: so
+// also when it cannot be read.
+const char* WhatIsNoModule(Handle file) noexcept;
 
 } // namespace Platform

@@ -59,14 +59,10 @@ bool LooksLikeModule(const char16_t* path) noexcept
         FailLoad(ErrorOfOpen(path), "cannot open file");
         return false;
     }
-    unsigned char header[moduleHeaderBytes];
-    std::uint32_t size = 0;
-    const bool read = ReadFile(file, header, sizeof header, &size);
-    const std::uint32_t error = GetLastError();
+    const char* const defect = WhatIsNoModule(file);
     CloseHandle(file);
-    const char* const defect = read ? WhatIsNoModule(header, size) : "cannot read file";
     if (defect)
-        FailLoad(read ? ERROR_BAD_EXE_FORMAT : error, defect);
+        FailLoad(ERROR_BAD_EXE_FORMAT, defect);
     return !defect;
 }
 

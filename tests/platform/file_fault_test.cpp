@@ -1,0 +1,186 @@
+// The n-th system call fails, for each n: the operation tells it, leaves no descriptor open, and works
+// again afterwards.
+#include "platform/errors.h"
+#include "platform/files.h"
+#include "platform/linux/seam.h"
+#include "tests/platform/temporary_folder.h"
+
+#include <cerrno>
+#include <functional>
+
+using namespace Platform;
+
+namespace {
+
+struct Operation {
+    const char* name;
+    std::function<bool(const TemporaryFolder&)> run;
+};
+
+std::u16string File(const TemporaryFolder& folder)
+{
+    return folder.Text("tree/file");
+}
+
+bool OpenAndClose(const std::u16string& path, std::uint32_t access, std::uint32_t disposition)
+{
+    const Handle file = CreateFileW(path.c_str(), access, 0, disposition, 0);
+    return file != INVALID_HANDLE_VALUE && CloseHandle(file);
+}
+
+// Opens before the faults, so that these meet the operation alone.
+bool WithFile(const TemporaryFolder& folder, const std::function<bool(Handle)>& use)
+{
+    Seam::FailNth(0, 0);
+    const Handle file = CreateFileW(File(folder).c_str(), GENERIC_READ | GENERIC_WRITE, 0, OPEN_EXISTING, 0);
+    const bool succeeded = use(file);
+    CloseHandle(file);
+    return succeeded;
+}
+
+const Operation operations[] = {
+    {"open", [](const TemporaryFolder& f) { return OpenAndClose(File(f), GENERIC_READ, OPEN_EXISTING); }},
+    {"empty", [](const TemporaryFolder& f) { return OpenAndClose(File(f), GENERIC_WRITE, CREATE_ALWAYS); }},
+    {"make",
+        [](const TemporaryFolder& f) { return OpenAndClose(f.Text("tree/new"), GENERIC_WRITE, CREATE_NEW); }},
+    {"find one",
+        [](const TemporaryFolder& f) {
+            WIN32_FIND_DATAW found;
+            const Handle search = FindFirstFileW(File(f).c_str(), &found);
+            return search != INVALID_HANDLE_VALUE && FindClose(search);
+        }},
+    {"list",
+        [](const TemporaryFolder& f) {
+            WIN32_FIND_DATAW found;
+            const Handle search =
+                FindFirstFileExW((f.Text("tree") + u"\\*").c_str(), FindExInfoBasic, &found);
+            if (search == INVALID_HANDLE_VALUE)
+                return false;
+            while (FindNextFileW(search, &found)) { }
+            const bool toTheEnd = GetLastError() == ERROR_NO_MORE_FILES;
+            return FindClose(search) && toTheEnd;
+        }},
+    {"attributes",
+        [](const TemporaryFolder& f) {
+            return GetFileAttributesW(File(f).c_str()) != INVALID_FILE_ATTRIBUTES;
+        }},
+    {"rename",
+        [](const TemporaryFolder& f) {
+            return MoveFileExW(File(f).c_str(), f.Text("tree/to").c_str(), MOVEFILE_WRITE_THROUGH);
+        }},
+    {"make folder", [](const TemporaryFolder& f) { return CreateDirectoryW(f.Text("tree/new").c_str()); }},
+    {"remove folder", [](const TemporaryFolder& f) { return RemoveDirectoryW(f.Text("tree/sub").c_str()); }},
+    {"delete", [](const TemporaryFolder& f) { return DeleteFileW(File(f).c_str()); }},
+    {"remove tree", [](const TemporaryFolder& f) { return RemoveTreeW(f.Text("tree").c_str(), nullptr); }},
+    {"full path",
+        [](const TemporaryFolder&) {
+            char16_t buffer[1000];
+            return GetFullPathNameW(u"x", 1000, buffer) != 0;
+        }},
+};
+
+void MakeTree(const TemporaryFolder& folder)
+{
+    folder.MakeFolder("tree");
+    folder.MakeFolder("tree/sub");
+    folder.MakeFile("tree/file", "content");
+}
+
+} // namespace
+
+TEST(FailingSystemCall, IsToldAndLeavesNothingOpen)
+{
+    for (const Operation& operation : operations) {
+        unsigned calls = 1;
+        for (unsigned n = 1; n <= calls; ++n) {
+            const TemporaryFolder folder;
+            MakeTree(folder);
+            const std::size_t before = OpenDescriptors();
+            SetLastError(ERROR_SUCCESS);
+            Seam::FailNth(n, EIO);
+            const bool succeeded = operation.run(folder);
+            const std::uint32_t error = GetLastError();
+            calls = Seam::CallCount();
+            Seam::FailNth(0, 0);
+            EXPECT_FALSE(succeeded) << operation.name << ", call " << n << " of " << calls;
+            EXPECT_EQ(error, ERROR_IO_DEVICE) << operation.name << ", call " << n;
+            EXPECT_EQ(OpenDescriptors(), before) << operation.name << ", call " << n;
+        }
+        EXPECT_GT(calls, 0U) << operation.name;
+    }
+}
+
+TEST(InterruptedSystemCall, IsMadeAgain)
+{
+    for (const Operation& operation : operations) {
+        if (operation.name != std::string("open") && operation.name != std::string("list"))
+            continue;
+        for (unsigned n = 1; n <= 6; ++n) {
+            const TemporaryFolder folder;
+            MakeTree(folder);
+            Seam::FailNth(n, EINTR);
+            const bool succeeded = operation.run(folder);
+            Seam::FailNth(0, 0);
+            // The system never interrupts a look at an entry.
+            EXPECT_TRUE(succeeded || GetLastError() == ERROR_GEN_FAILURE) << operation.name << ", call " << n;
+        }
+    }
+    const TemporaryFolder folder;
+    MakeTree(folder);
+    EXPECT_TRUE(WithFile(folder, [](Handle file) {
+        char content[4];
+        std::uint32_t count = 0;
+        Seam::FailNth(1, EINTR);
+        const bool read = ReadFile(file, content, 4, &count) && count == 4;
+        Seam::FailNth(1, EINTR);
+        return WriteFile(file, "wxyz", 4, &count) && count == 4 && read;
+    }));
+}
+
+TEST(FailingTransfer, GivesWhatWasMovedBeforeAndLosesNothing)
+{
+    const TemporaryFolder folder;
+    MakeTree(folder);
+    EXPECT_TRUE(WithFile(folder, [](Handle file) {
+        char content[16];
+        std::uint32_t count = 0;
+        Seam::FailNth(2, EIO); // the first call gives all there is, the second would tell the end
+        EXPECT_TRUE(ReadFile(file, content, 16, &count));
+        EXPECT_EQ(count, 7U);
+        Seam::FailNth(1, EIO);
+        EXPECT_FALSE(ReadFile(file, content, 16, &count));
+        EXPECT_EQ(GetLastError(), ERROR_IO_DEVICE);
+        Seam::FailNth(1, ENOSPC);
+        EXPECT_FALSE(WriteFile(file, "more", 4, &count));
+        EXPECT_EQ(count, 0U);
+        EXPECT_EQ(GetLastError(), ERROR_DISK_FULL);
+        return WriteFile(file, "more", 4, &count) && count == 4;
+    }));
+    EXPECT_EQ(folder.Content("tree/file"), "contentmore");
+}
+
+// A file system without record locks shares everything; one without exclusive renaming does it in steps.
+TEST(FileSystem, MayLackLocksAndExclusiveRenaming)
+{
+    const TemporaryFolder folder;
+    MakeTree(folder);
+    const Handle alone = CreateFileW(File(folder).c_str(), GENERIC_READ, 0, OPEN_EXISTING, 0);
+    for (const int error : {EOPNOTSUPP, ENOLCK, EINVAL}) {
+        Seam::FailNth(4, error); // behind two looks and the open
+        EXPECT_TRUE(OpenAndClose(File(folder), GENERIC_READ, OPEN_EXISTING)) << error;
+    }
+    CloseHandle(alone);
+    folder.MakeFile("tree/other", "other");
+    Seam::FailNth(1, EINVAL);
+    EXPECT_FALSE(MoveFileExW(File(folder).c_str(), folder.Text("tree/other").c_str(), 0));
+    EXPECT_EQ(GetLastError(), ERROR_ALREADY_EXISTS);
+    for (const char* const name : {"tree/file", "tree/sub"}) {
+        Seam::FailNth(1, EINVAL);
+        EXPECT_TRUE(MoveFileExW(folder.Text(name).c_str(), folder.Text(name + std::string("2")).c_str(), 0))
+            << name;
+    }
+    Seam::FailNth(0, 0);
+    EXPECT_EQ(folder.Content("tree/file2"), "content");
+    EXPECT_EQ(folder.Content("tree/other"), "other");
+    EXPECT_TRUE(folder.Has("tree/sub2") && !folder.Has("tree/file") && !folder.Has("tree/sub"));
+}

@@ -1,0 +1,489 @@
+#include "platform/errors.h"
+#include "platform/files.h"
+#include "tests/platform/temporary_folder.h"
+
+#include <csignal>
+#include <cstring>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <thread>
+
+using namespace Platform;
+
+namespace {
+
+constexpr std::uint32_t READ_WRITE = GENERIC_READ | GENERIC_WRITE;
+constexpr std::uint32_t SHARE_BOTH = FILE_SHARE_READ | FILE_SHARE_WRITE;
+
+Handle Open(const std::u16string& path, std::uint32_t access, std::uint32_t disposition = OPEN_EXISTING,
+    std::uint32_t flags = 0)
+{
+    return CreateFileW(path.c_str(), access, SHARE_BOTH, disposition, flags);
+}
+
+// The error of an open, 0 if it succeeds.
+std::uint32_t ErrorOfOpen(const std::u16string& path, std::uint32_t access,
+    std::uint32_t disposition = OPEN_EXISTING, std::uint32_t flags = 0)
+{
+    const Handle file = Open(path, access, disposition, flags);
+    return file == INVALID_HANDLE_VALUE ? GetLastError() : CloseHandle(file) ? ERROR_SUCCESS : 1;
+}
+
+std::uint32_t ErrorOf(bool succeeded)
+{
+    return succeeded ? ERROR_SUCCESS : GetLastError();
+}
+
+std::string ReadAll(Handle file, std::uint32_t size = 1000)
+{
+    std::string content(size, '\0');
+    EXPECT_TRUE(ReadFile(file, content.data(), size, &size)) << GetLastError();
+    content.resize(size);
+    return content;
+}
+
+std::int64_t Seek(Handle file, std::int64_t offset, std::uint32_t method)
+{
+    auto high = static_cast<std::int32_t>(offset >> 32);
+    const std::uint32_t low = SetFilePointer(file, static_cast<std::int32_t>(offset), &high, method);
+    return low == INVALID_SET_FILE_POINTER && GetLastError() != ERROR_SUCCESS
+        ? -1
+        : std::int64_t{high} << 32 | low;
+}
+
+std::uint64_t TimeOf(const FILETIME& time)
+{
+    return std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime;
+}
+
+} // namespace
+
+TEST(OpenedFile, IsMadeAndEmptiedAsTheDispositionSays)
+{
+    const struct {
+        std::uint32_t disposition, errorIfMissing, errorIfThere;
+        const char* contentAfter;
+    } cases[] = {
+        {CREATE_NEW, ERROR_SUCCESS, ERROR_FILE_EXISTS, "old"},
+        {CREATE_ALWAYS, ERROR_SUCCESS, ERROR_SUCCESS, ""},
+        {OPEN_EXISTING, ERROR_FILE_NOT_FOUND, ERROR_SUCCESS, "old"},
+        {OPEN_ALWAYS, ERROR_SUCCESS, ERROR_SUCCESS, "old"},
+        {TRUNCATE_EXISTING, ERROR_FILE_NOT_FOUND, ERROR_SUCCESS, ""},
+        {0, ERROR_INVALID_PARAMETER, ERROR_INVALID_PARAMETER, "old"},
+        {6, ERROR_INVALID_PARAMETER, ERROR_INVALID_PARAMETER, "old"},
+    };
+    for (const auto& c : cases) {
+        const TemporaryFolder folder;
+        folder.MakeFile("there", "old");
+        EXPECT_EQ(ErrorOfOpen(folder.Text("missing"), GENERIC_WRITE, c.disposition), c.errorIfMissing)
+            << c.disposition;
+        EXPECT_EQ(folder.Has("missing"), c.errorIfMissing == ERROR_SUCCESS) << c.disposition;
+        EXPECT_EQ(ErrorOfOpen(folder.Text("there"), GENERIC_WRITE, c.disposition), c.errorIfThere)
+            << c.disposition;
+        EXPECT_EQ(folder.Content("there"), c.contentAfter) << c.disposition;
+    }
+}
+
+TEST(OpenedFile, TellsWhyItCannotBe)
+{
+    const TemporaryFolder folder;
+    folder.MakeFile("file", "x");
+    folder.MakeFolder("folder");
+    folder.MakeLink("nowhere", "dangling");
+    folder.MakeLink("loop", "loop");
+    ASSERT_EQ(::mkfifo(folder.Path("pipe").c_str(), 0666), 0);
+    const struct {
+        const char* name;
+        std::uint32_t access, disposition, flags, error;
+    } cases[] = {
+        {"no/file", GENERIC_READ, OPEN_EXISTING, 0, ERROR_PATH_NOT_FOUND},
+        {"no/file", GENERIC_WRITE, CREATE_NEW, 0, ERROR_PATH_NOT_FOUND},
+        {"file/x", GENERIC_READ, OPEN_EXISTING, 0, ERROR_PATH_NOT_FOUND},
+        {"dangling", GENERIC_READ, OPEN_EXISTING, 0, ERROR_FILE_NOT_FOUND},
+        {"dangling", GENERIC_WRITE, CREATE_NEW, 0, ERROR_FILE_EXISTS},
+        {"loop", GENERIC_READ, OPEN_EXISTING, 0, ERROR_CANT_RESOLVE_FILENAME},
+        {"folder", GENERIC_READ, OPEN_EXISTING, 0, ERROR_ACCESS_DENIED},
+        {"folder", GENERIC_WRITE, CREATE_ALWAYS, 0, ERROR_ACCESS_DENIED},
+        {"folder", GENERIC_WRITE, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, ERROR_ACCESS_DENIED},
+        {"folder", GENERIC_READ, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, ERROR_SUCCESS},
+        {"pipe", GENERIC_READ, OPEN_EXISTING, 0, ERROR_NOT_SUPPORTED}, // and does not wait for a writer
+        {"pipe", GENERIC_WRITE, OPEN_ALWAYS, 0, ERROR_NOT_SUPPORTED},
+        {"pipe", FILE_READ_ATTRIBUTES, OPEN_EXISTING, 0, ERROR_SUCCESS},
+        {"file", GENERIC_READ, TRUNCATE_EXISTING, 0, ERROR_INVALID_PARAMETER},
+        {"file", 1, OPEN_EXISTING, 0, ERROR_INVALID_PARAMETER},
+        {"file", GENERIC_READ, OPEN_EXISTING, 1, ERROR_SUCCESS},
+        {"file", GENERIC_READ, OPEN_EXISTING, 4, ERROR_INVALID_PARAMETER},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(ErrorOfOpen(folder.Text(c.name), c.access, c.disposition, c.flags), c.error)
+            << c.name << c.access;
+    EXPECT_EQ(ErrorOfOpen(u"C:\\dev\\null", GENERIC_READ), ERROR_NOT_SUPPORTED);
+    EXPECT_EQ(ErrorOfOpen(folder.Text(std::string(256, 'n')), GENERIC_READ), ERROR_FILENAME_EXCED_RANGE);
+}
+
+TEST(OpenedFile, NeedsThePermissionsOfItsUser)
+{
+    const TemporaryFolder folder;
+    folder.MakeFile("closed", "x", 0000);
+    folder.MakeFile("readable", "x", 0444);
+    folder.MakeFolder("shut");
+    ::chmod(folder.Path("shut").c_str(), 0700);
+    EXPECT_EQ(AsOrdinaryUser([&] { return ErrorOfOpen(folder.Text("closed"), GENERIC_READ); }),
+        int{ERROR_ACCESS_DENIED});
+    EXPECT_EQ(AsOrdinaryUser([&] { return ErrorOfOpen(folder.Text("closed"), 0); }), 0);
+    EXPECT_EQ(AsOrdinaryUser([&] { return ErrorOfOpen(folder.Text("readable"), GENERIC_READ); }), 0);
+    EXPECT_EQ(AsOrdinaryUser([&] { return ErrorOfOpen(folder.Text("readable"), READ_WRITE); }),
+        int{ERROR_ACCESS_DENIED});
+    EXPECT_EQ(
+        AsOrdinaryUser([&] { return ErrorOfOpen(folder.Text("readable"), GENERIC_READ, CREATE_ALWAYS); }),
+        int{ERROR_ACCESS_DENIED});
+    EXPECT_EQ(AsOrdinaryUser([&] { return ErrorOfOpen(folder.Text("shut/x"), GENERIC_WRITE, CREATE_NEW); }),
+        int{ERROR_ACCESS_DENIED});
+    EXPECT_EQ(folder.Content("readable"), "x");
+}
+
+TEST(OpenedFile, LeavesTheLastErrorAloneWhenItSucceeds)
+{
+    const TemporaryFolder folder;
+    SetLastError(4711);
+    EXPECT_TRUE(CloseHandle(Open(folder.Text("new"), GENERIC_WRITE, OPEN_ALWAYS)));
+    EXPECT_EQ(GetLastError(), 4711U);
+}
+
+TEST(OpenedFile, MovesBytesOnlyAsItsHandleMay)
+{
+    const TemporaryFolder folder;
+    folder.MakeFile("file", "content");
+    const Handle reader = Open(folder.Text("file"), GENERIC_READ);
+    const Handle writer = Open(folder.Text("file"), GENERIC_WRITE);
+    const Handle looker = Open(folder.Text("file"), 0);
+    char byte = 'x';
+    std::uint32_t count = 9;
+    for (const Handle handle : {writer, looker}) {
+        EXPECT_EQ(ErrorOf(ReadFile(handle, &byte, 1, &count)), ERROR_ACCESS_DENIED);
+        EXPECT_EQ(count, 0U);
+    }
+    for (const Handle handle : {reader, looker}) {
+        EXPECT_EQ(ErrorOf(WriteFile(handle, &byte, 1, &count)), ERROR_ACCESS_DENIED);
+        EXPECT_EQ(ErrorOf(SetEndOfFile(handle)), ERROR_ACCESS_DENIED);
+        EXPECT_EQ(ErrorOf(FlushFileBuffers(handle)), ERROR_ACCESS_DENIED);
+    }
+    EXPECT_EQ(GetFileSize(looker, nullptr), 7U);
+    EXPECT_EQ(Seek(looker, 0, FILE_END), 7);
+    for (const Handle handle : {reader, writer, looker}) {
+        EXPECT_TRUE(CloseHandle(handle));
+        EXPECT_EQ(ErrorOf(ReadFile(handle, &byte, 1, &count)), ERROR_INVALID_HANDLE);
+    }
+}
+
+TEST(OpenedFile, HasOnePositionForAllTransfers)
+{
+    const TemporaryFolder folder;
+    const Handle file = Open(folder.Text("file"), READ_WRITE, CREATE_NEW);
+    std::uint32_t count = 0;
+    ASSERT_TRUE(WriteFile(file, "0123456789", 10, &count));
+    EXPECT_EQ(count, 10U);
+    EXPECT_EQ(ReadAll(file), "");
+    EXPECT_EQ(Seek(file, 3, FILE_BEGIN), 3);
+    EXPECT_EQ(ReadAll(file, 4), "3456");
+    EXPECT_EQ(Seek(file, -2, FILE_CURRENT), 5);
+    Handle duplicate;
+    ASSERT_TRUE(DuplicateHandle(file, &duplicate, 0, DUPLICATE_SAME_ACCESS));
+    EXPECT_EQ(ReadAll(duplicate, 2), "56");
+    EXPECT_EQ(ReadAll(file), "789");
+    EXPECT_EQ(Seek(file, 6, FILE_BEGIN), 6);
+    EXPECT_TRUE(SetEndOfFile(file));
+    EXPECT_EQ(folder.Content("file"), "012345");
+    EXPECT_EQ(Seek(file, 2, FILE_END), 8);
+    EXPECT_TRUE(SetEndOfFile(file));
+    EXPECT_EQ(folder.Content("file"), std::string("012345\0\0", 8));
+    EXPECT_TRUE(FlushFileBuffers(file));
+    EXPECT_TRUE(CloseHandle(file));
+    EXPECT_TRUE(CloseHandle(duplicate));
+}
+
+TEST(OpenedFile, IsPositionedByNumbersOf64Bits)
+{
+    const TemporaryFolder folder;
+    const Handle file = Open(folder.Text("sparse"), READ_WRITE, CREATE_NEW);
+    std::uint32_t high = 0;
+    for (const std::int64_t size : {std::int64_t{0xFFFFFFFF}, std::int64_t{5'000'000'000}}) {
+        EXPECT_EQ(Seek(file, size, FILE_BEGIN), size);
+        EXPECT_TRUE(SetEndOfFile(file));
+        SetLastError(4711);
+        EXPECT_EQ(GetFileSize(file, &high), static_cast<std::uint32_t>(size));
+        EXPECT_EQ(GetLastError(), ERROR_SUCCESS) << "or 0xFFFFFFFF would look like a failure";
+        EXPECT_EQ(high, static_cast<std::uint32_t>(size >> 32));
+    }
+    EXPECT_EQ(Seek(file, -1'000'000'000, FILE_END), 4'000'000'000);
+    EXPECT_EQ(SetFilePointer(file, -1, nullptr, FILE_CURRENT), 3'999'999'999U);
+    EXPECT_EQ(Seek(file, -1, FILE_BEGIN), -1);
+    EXPECT_EQ(GetLastError(), ERROR_NEGATIVE_SEEK);
+    EXPECT_EQ(Seek(file, 0, 3), -1);
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(Seek(file, INT64_MAX, FILE_CURRENT), -1);
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(Seek(file, 0, FILE_CURRENT), 3'999'999'999) << "failures do not move it";
+    EXPECT_TRUE(CloseHandle(file));
+}
+
+// The size that a process may write stands in for a disk that fills up in the middle of a write.
+TEST(OpenedFile, TellsWhatWasWrittenBeforeTheDiskWasFull)
+{
+    const TemporaryFolder folder;
+    const int exit = InAnotherProcess([&] {
+        ::signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit{10'000, 10'000};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        const Handle file = Open(folder.Text("file"), READ_WRITE, CREATE_NEW);
+        const std::string block(16'000, 'x');
+        std::uint32_t written = 0;
+        const bool first = WriteFile(file, block.data(), 16'000, &written);
+        const bool exact = first && written == 10'000;
+        const bool second = WriteFile(file, block.data() + written, 16'000 - written, &written);
+        const bool told = !second && written == 0 && GetLastError() == ERROR_FILE_TOO_LARGE;
+        return exact && told && Seek(file, 9'999, FILE_BEGIN) == 9'999 && ReadAll(file) == "x" ? 0 : 1;
+    });
+    EXPECT_EQ(exit, 0);
+}
+
+TEST(FullDisk, IsToldByItsNumber)
+{
+    const TemporaryFolder folder;
+    folder.MakeFolder("disk");
+    if (::mount("none", folder.Path("disk").c_str(), "tmpfs", 0, "size=64k") != 0)
+        GTEST_SKIP() << "only an administrator can mount a small disk";
+    const Handle file = Open(folder.Text("disk/file"), READ_WRITE, CREATE_NEW);
+    const std::string block(100'000, 'x');
+    std::uint32_t written = 0;
+    EXPECT_TRUE(WriteFile(file, block.data(), 100'000, &written));
+    EXPECT_EQ(written, 65'536U);
+    EXPECT_EQ(ErrorOf(WriteFile(file, block.data(), 1, &written)), ERROR_DISK_FULL);
+    EXPECT_EQ(MoveFileExW(folder.Text("disk/file").c_str(), folder.Text("file").c_str(), 0), false);
+    EXPECT_EQ(GetLastError(), ERROR_NOT_SAME_DEVICE);
+    EXPECT_TRUE(CloseHandle(file));
+    EXPECT_FALSE(RemoveTreeW(folder.Text().c_str(), nullptr)) << "another file system is not entered";
+    EXPECT_EQ(GetLastError(), ERROR_BUSY);
+    EXPECT_TRUE(folder.Has("disk/file"));
+    EXPECT_EQ(::mount("none", folder.Path("disk").c_str(), "tmpfs", MS_REMOUNT | MS_RDONLY, nullptr), 0);
+    EXPECT_EQ(ErrorOfOpen(folder.Text("disk/file"), GENERIC_WRITE), ERROR_WRITE_PROTECT);
+    EXPECT_EQ(ErrorOf(DeleteFileW(folder.Text("disk/file").c_str())), ERROR_WRITE_PROTECT);
+    EXPECT_EQ(::umount(folder.Path("disk").c_str()), 0);
+}
+
+TEST(Attributes, TellWhatStandsAtThePath)
+{
+    const TemporaryFolder folder;
+    folder.MakeFile("file");
+    folder.MakeFile(".hidden");
+    folder.MakeFile("locked", "", 0444);
+    folder.MakeFolder("folder");
+    folder.MakeLink("file", "link");
+    folder.MakeLink("folder", "folderlink");
+    folder.MakeLink("nowhere", "dangling");
+    folder.MakeLink("loop", "loop");
+    ::mkfifo(folder.Path("pipe").c_str(), 0666);
+    const struct {
+        const char* name;
+        std::uint32_t attributes;
+    } cases[] = {
+        {"file", FILE_ATTRIBUTE_NORMAL},
+        {".hidden", FILE_ATTRIBUTE_HIDDEN},
+        {"locked", FILE_ATTRIBUTE_READONLY},
+        {"folder", FILE_ATTRIBUTE_DIRECTORY},
+        {"folder/.", FILE_ATTRIBUTE_DIRECTORY},
+        {"link", FILE_ATTRIBUTE_REPARSE_POINT},
+        {"folderlink", FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DIRECTORY},
+        {"dangling", FILE_ATTRIBUTE_REPARSE_POINT},
+        {"loop", FILE_ATTRIBUTE_REPARSE_POINT},
+        {"pipe", FILE_ATTRIBUTE_DEVICE},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(GetFileAttributesW(folder.Text(c.name).c_str()), c.attributes) << c.name;
+    EXPECT_EQ(GetFileAttributesW(u"C:"), FILE_ATTRIBUTE_DIRECTORY);
+    const struct {
+        std::u16string path;
+        std::uint32_t error;
+    } failures[] = {
+        {folder.Text("no"), 2}, {folder.Text("no/no"), 3}, {folder.Text("file/no"), 3}, {u"D:\\", 3}};
+    for (const auto& c : failures) {
+        EXPECT_EQ(GetFileAttributesW(c.path.c_str()), INVALID_FILE_ATTRIBUTES);
+        EXPECT_EQ(GetLastError(), c.error);
+    }
+}
+
+TEST(FileTimes, AreThoseOfTheSystemAndCanBeSetOneByOne)
+{
+    const TemporaryFolder folder;
+    folder.MakeFile("file");
+    const timespec epoch[2] = {{0, 0}, {1'000'000'000, 123'456'789}};
+    ::utimensat(AT_FDCWD, folder.Path("file").c_str(), epoch, 0);
+    const Handle file = Open(folder.Text("file"), GENERIC_READ | FILE_WRITE_ATTRIBUTES);
+    FILETIME creation;
+    FILETIME access;
+    FILETIME write;
+    ASSERT_TRUE(GetFileTime(file, &creation, &access, &write));
+    EXPECT_EQ(TimeOf(access), 116'444'736'000'000'000U); // 1970-01-01
+    EXPECT_EQ(TimeOf(write), 126'444'736'001'234'567U); // 2001-09-09 01:46:40.1234567
+    EXPECT_GT(TimeOf(creation), 133'000'000'000'000'000U);
+
+    const FILETIME early{0xD53E8000, 0x019DB1DE}; // 1970-01-01
+    ASSERT_TRUE(SetFileTime(file, nullptr, nullptr, &early));
+    struct stat status;
+    ::stat(folder.Path("file").c_str(), &status);
+    EXPECT_EQ(status.st_mtim.tv_sec, 0);
+    EXPECT_EQ(status.st_atim.tv_sec, 0);
+    ASSERT_TRUE(SetFileTime(file, nullptr, &write, nullptr));
+    ::stat(folder.Path("file").c_str(), &status);
+    EXPECT_EQ(status.st_atim.tv_nsec, 123'456'700);
+    EXPECT_EQ(status.st_mtim.tv_sec, 0);
+    EXPECT_EQ(ErrorOf(SetFileTime(file, &early, nullptr, &early)), ERROR_NOT_SUPPORTED);
+    const FILETIME beyond{0, 0x80000000};
+    EXPECT_EQ(ErrorOf(SetFileTime(file, nullptr, nullptr, &beyond)), ERROR_INVALID_PARAMETER);
+    EXPECT_TRUE(CloseHandle(file));
+    const Handle reader = Open(folder.Text("file"), GENERIC_READ);
+    EXPECT_EQ(ErrorOf(SetFileTime(reader, nullptr, nullptr, &early)), ERROR_ACCESS_DENIED);
+    EXPECT_TRUE(CloseHandle(reader));
+    // Of a folder, and of a file that its owner may not read: the right to attributes is enough.
+    EXPECT_EQ(ErrorOfOpen(folder.Text(), FILE_WRITE_ATTRIBUTES, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS),
+        ERROR_SUCCESS);
+    EXPECT_EQ(AsOrdinaryUser([&] {
+        folder.MakeFile("own", "", 0000);
+        const Handle own = Open(folder.Text("own"), FILE_WRITE_ATTRIBUTES);
+        return !SetFileTime(own, nullptr, nullptr, &early);
+    }),
+        0);
+    ::stat(folder.Path("own").c_str(), &status);
+    EXPECT_EQ(status.st_mtim.tv_sec, 0);
+}
+
+TEST(Entries, AreMadeAndRemovedOneByOne)
+{
+    const TemporaryFolder folder;
+    folder.MakeFile("file");
+    folder.MakeFolder("full");
+    folder.MakeFile("full/file");
+    folder.MakeLink("full", "folderlink");
+    folder.MakeLink("file", "filelink");
+    const struct {
+        bool (*operation)(const char16_t*);
+        const char* name;
+        std::uint32_t error;
+    } steps[] = {
+        {[](const char16_t* path) { return CreateDirectoryW(path); }, "new", ERROR_SUCCESS},
+        {[](const char16_t* path) { return CreateDirectoryW(path); }, "new", ERROR_ALREADY_EXISTS},
+        {[](const char16_t* path) { return CreateDirectoryW(path); }, "file", ERROR_ALREADY_EXISTS},
+        {[](const char16_t* path) { return CreateDirectoryW(path); }, "no/new", ERROR_PATH_NOT_FOUND},
+        {[](const char16_t* path) { return CreateDirectoryW(path); }, "file/new", ERROR_PATH_NOT_FOUND},
+        {[](const char16_t* path) { return DeleteFileW(path); }, "new", ERROR_ACCESS_DENIED},
+        {[](const char16_t* path) { return DeleteFileW(path); }, "no", ERROR_FILE_NOT_FOUND},
+        {[](const char16_t* path) { return DeleteFileW(path); }, "no/no", ERROR_PATH_NOT_FOUND},
+        {[](const char16_t* path) { return DeleteFileW(path); }, "filelink", ERROR_SUCCESS},
+        {[](const char16_t* path) { return RemoveDirectoryW(path); }, "full", ERROR_DIR_NOT_EMPTY},
+        {[](const char16_t* path) { return RemoveDirectoryW(path); }, "file", ERROR_DIRECTORY},
+        {[](const char16_t* path) { return RemoveDirectoryW(path); }, "no", ERROR_FILE_NOT_FOUND},
+        {[](const char16_t* path) { return RemoveDirectoryW(path); }, "no/no", ERROR_PATH_NOT_FOUND},
+        {[](const char16_t* path) { return RemoveDirectoryW(path); }, "folderlink", ERROR_SUCCESS},
+        {[](const char16_t* path) { return RemoveDirectoryW(path); }, "new", ERROR_SUCCESS},
+    };
+    int step = 0;
+    for (const auto& s : steps)
+        EXPECT_EQ(ErrorOf(s.operation(folder.Text(s.name).c_str())), s.error)
+            << "step " << step++ << " " << s.name;
+    EXPECT_EQ(folder.Names(), (std::set<std::string>{"file", "full"}));
+    EXPECT_TRUE(folder.Has("full/file"));
+}
+
+TEST(Entries, AreRenamedWholeAndReplaceOnlyWhenAsked)
+{
+    const TemporaryFolder folder;
+    for (const char* const name : {"a", "b", "c"})
+        folder.MakeFile(name, name);
+    folder.MakeFolder("folder");
+    folder.MakeFolder("full");
+    folder.MakeFile("full/x");
+    const struct {
+        const char *from, *to;
+        std::uint32_t flags, error;
+    } steps[] = {
+        {"a", "b", 0, ERROR_ALREADY_EXISTS},
+        {"no", "b", MOVEFILE_REPLACE_EXISTING, ERROR_FILE_NOT_FOUND},
+        {"a", "no/b", 0, ERROR_PATH_NOT_FOUND},
+        {"no/a", "b", 0, ERROR_PATH_NOT_FOUND},
+        {"a", "folder", MOVEFILE_REPLACE_EXISTING, ERROR_ACCESS_DENIED},
+        {"folder", "a", MOVEFILE_REPLACE_EXISTING, ERROR_ACCESS_DENIED},
+        {"folder", "full", MOVEFILE_REPLACE_EXISTING, ERROR_DIR_NOT_EMPTY},
+        {"folder", "folder/in", 0, ERROR_INVALID_PARAMETER},
+        {"a", "d", 2, ERROR_INVALID_PARAMETER},
+        {"a", "b", MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH, ERROR_SUCCESS},
+        {"c", "d", 0, ERROR_SUCCESS},
+        {"folder", "moved", 0, ERROR_SUCCESS},
+    };
+    for (const auto& s : steps)
+        EXPECT_EQ(
+            ErrorOf(MoveFileExW(folder.Text(s.from).c_str(), folder.Text(s.to).c_str(), s.flags)), s.error)
+            << s.from << " to " << s.to;
+    EXPECT_EQ(folder.Names(), (std::set<std::string>{"b", "d", "full", "moved"}));
+    EXPECT_EQ(folder.Content("b"), "a");
+}
+
+TEST(RuntimeFile, MovesItemsOfAnySizeInBothDirections)
+{
+    const TemporaryFolder folder;
+    std::string expected;
+    Platform::FILE* file = _wfopen(folder.Text("file").c_str(), u"w");
+    ASSERT_TRUE(file);
+    for (const std::size_t size : {1U, 65'535U, 2U, 200'000U, 7U}) {
+        const std::string block(size, static_cast<char>('a' + size % 26));
+        EXPECT_EQ(fwrite(block.data(), 1, size, file), size);
+        expected += block;
+    }
+    EXPECT_EQ(ferror(file), 0);
+    EXPECT_EQ(fclose(file), 0);
+    file = _wfopen(folder.Text("file").c_str(), u"ab");
+    EXPECT_EQ(fwrite("xyz", 3, 1, file), 1U);
+    EXPECT_EQ(fclose(file), 0);
+    expected += "xyz";
+
+    file = _wfopen(folder.Text("file").c_str(), u"r");
+    ASSERT_TRUE(file);
+    std::string content(expected.size() + 10, '\0');
+    std::size_t read = 0;
+    for (const std::size_t size : {3U, 1U, 100'000U, 70'000U})
+        read += fread(content.data() + read, 1, size, file);
+    read += fread(content.data() + read, 1, content.size() - read, file);
+    content.resize(read);
+    EXPECT_EQ(content, expected);
+    EXPECT_EQ(fread(content.data(), 1, 1, file), 0U);
+    EXPECT_EQ(ferror(file), 0) << "the end is no failure";
+    EXPECT_EQ(fclose(file), 0);
+}
+
+TEST(RuntimeFile, TellsItsFailures)
+{
+    const TemporaryFolder folder;
+    folder.MakeFile("file", "four");
+    char content[8];
+    EXPECT_EQ(_wfopen(folder.Text("no").c_str(), u"r"), nullptr);
+    EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(_wfopen(folder.Text("file").c_str(), u"rw"), nullptr);
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+    Platform::FILE* const file = _wfopen(folder.Text("file").c_str(), u"r");
+    EXPECT_EQ(fread(content, 3, 2, file), 1U) << "whole items";
+    EXPECT_EQ(fread(content, SIZE_MAX / 2, 3, file), 0U);
+    EXPECT_NE(ferror(file), 0);
+    EXPECT_NE(fclose(file), 0);
+    Platform::FILE* const reader = _wfopen(folder.Text("file").c_str(), u"r");
+    EXPECT_EQ(fwrite("x", 1, 1, reader), 0U);
+    EXPECT_NE(ferror(reader), 0);
+    EXPECT_NE(fclose(reader), 0);
+    EXPECT_EQ(InAnotherProcess([&] {
+        ::signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit{10, 10};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        Platform::FILE* const small = _wfopen(folder.Text("small").c_str(), u"w");
+        const bool taken = fwrite("0123456789ABCDEF", 1, 16, small) == 16;
+        return taken && fclose(small) != 0 ? 0 : 1; // what was buffered did not fit
+    }),
+        0);
+}

@@ -1,0 +1,336 @@
+#include "platform/errors.h"
+#include "platform/linux/modules/built_in.h"
+#include "platform/modules.h"
+#include "tests/platform/temporary_folder.h"
+
+#include <cstdio>
+#include <cstring>
+#include <dlfcn.h>
+#include <fstream>
+#include <thread>
+#include <vector>
+
+using namespace Platform;
+
+namespace {
+
+const std::string folderOfModules = TESSEL_TEST_MODULES;
+
+// Copies a module into the test's own folder, so that nobody else has loaded it.
+std::u16string Copy(const TemporaryFolder& folder, const std::string& module, const std::string& name)
+{
+    std::ofstream(folder.Path(name), std::ios::binary)
+        << std::ifstream(folderOfModules + "/" + module, std::ios::binary).rdbuf();
+    return folder.Text(name);
+}
+
+// What the system says about the file being in this process's memory.
+bool IsInMap(const std::string& path)
+{
+    std::ifstream map("/proc/self/maps");
+    for (std::string line; std::getline(map, line);)
+        if (line.size() > path.size() && line.compare(line.size() - path.size(), path.size(), path) == 0)
+            return true;
+    return false;
+}
+
+std::uint32_t ErrorOfLoad(const std::u16string& path)
+{
+    const Module module = LoadLibraryExW(path.c_str(), LOAD_WITH_ALTERED_SEARCH_PATH);
+    return module == NULL_MODULE ? GetLastError() : FreeLibrary(module) ? ERROR_SUCCESS : 1;
+}
+
+std::string LoadFailure()
+{
+    char16_t words[500];
+    const std::uint32_t chars = GetLoadFailure(words, 500);
+    return std::string(words, words + chars);
+}
+
+std::u16string FileNameOf(Module module)
+{
+    char16_t name[1000];
+    const std::uint32_t chars = GetModuleFileNameW(module, name, 1000);
+    return std::u16string(name, chars);
+}
+
+int CallAnswer(Module module)
+{
+    const FARPROC answer = GetProcAddress(module, "answer");
+    return answer ? reinterpret_cast<int (*)()>(answer)() : -1;
+}
+
+void SetCall(const char* variable, void (*function)())
+{
+    char address[20];
+    std::snprintf(address, sizeof address, "%llx",
+        static_cast<unsigned long long>(reinterpret_cast<std::uintptr_t>(function)));
+    function ? ::setenv(variable, address, 1) : ::unsetenv(variable);
+}
+
+} // namespace
+
+TEST(Modules, AreLoadedCountedAndReallyLeave)
+{
+    const TemporaryFolder folder;
+    const std::u16string path = Copy(folder, "answering.dll", "client.dll");
+    const Module module = LoadLibraryExW(path.c_str(), LOAD_WITH_ALTERED_SEARCH_PATH);
+    ASSERT_NE(module, NULL_MODULE) << LoadFailure();
+    EXPECT_EQ(LoadLibraryW(path.c_str()), module);
+    EXPECT_EQ(CallAnswer(module), 42);
+    EXPECT_TRUE(IsModuleMapped(path.c_str()) && IsInMap(folder.Path("client.dll")));
+    const auto* const inside = reinterpret_cast<const void*>(GetProcAddress(module, "answer"));
+    EXPECT_TRUE(IsModuleAddress(inside));
+    EXPECT_EQ(::dlsym(RTLD_DEFAULT, "answer"), nullptr) << "nothing is made visible to others";
+
+    EXPECT_TRUE(FreeLibrary(module));
+    EXPECT_TRUE(IsModuleMapped(path.c_str()));
+    EXPECT_TRUE(FreeLibrary(module));
+    EXPECT_FALSE(
+        IsModuleMapped(path.c_str()) || IsInMap(folder.Path("client.dll")) || IsModuleAddress(inside));
+
+    EXPECT_FALSE(FreeLibrary(module));
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+    EXPECT_EQ(GetProcAddress(module, "answer"), nullptr);
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+    EXPECT_EQ(GetModuleFileNameW(module, nullptr, 0), 0U);
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+}
+
+TEST(Modules, TellWhyTheyDoNotLoad)
+{
+    const TemporaryFolder folder;
+    Copy(folder, "unbound.dll", "unbound.dll");
+    Copy(folder, "answering.dll", "machine.dll");
+    std::fstream(folder.Path("machine.dll"), std::ios::in | std::ios::out)
+        .seekp(18)
+        .put('\x28'); // another processor
+    Copy(folder, "answering.dll", "cut.dll");
+    ASSERT_EQ(::truncate(folder.Path("cut.dll").c_str(), 4000), 0);
+    folder.MakeFile("empty.dll");
+    folder.MakeFile("text.dll", std::string(100, 'x'));
+    folder.MakeFolder("folder.dll");
+    folder.MakeLink("nowhere", "dangling.dll");
+    ::mkfifo(folder.Path("pipe.dll").c_str(), 0666);
+    const struct {
+        const char* name;
+        std::uint32_t error;
+        const char* words;
+    } cases[] = {
+        {"missing.dll", ERROR_MOD_NOT_FOUND, "cannot open"},
+        {"no/missing.dll", ERROR_MOD_NOT_FOUND, "cannot open"},
+        {"dangling.dll", ERROR_MOD_NOT_FOUND, "cannot open"},
+        {"unbound.dll", ERROR_PROC_NOT_FOUND, "nobodyHasThis"},
+        {"machine.dll", ERROR_BAD_EXE_FORMAT, "another machine"},
+        {"cut.dll", ERROR_BAD_EXE_FORMAT, "cut off"},
+        {"empty.dll", ERROR_BAD_EXE_FORMAT, "not an ELF file"},
+        {"text.dll", ERROR_BAD_EXE_FORMAT, "not an ELF file"},
+        {"folder.dll", ERROR_BAD_EXE_FORMAT, ""},
+        {"pipe.dll", ERROR_BAD_EXE_FORMAT, ""},
+    };
+    const std::size_t before = OpenDescriptors();
+    for (const auto& c : cases) {
+        EXPECT_EQ(ErrorOfLoad(folder.Text(c.name)), c.error) << c.name;
+        EXPECT_NE(LoadFailure().find(c.words), std::string::npos) << c.name << ": " << LoadFailure();
+        EXPECT_NE(LoadFailure(), "") << c.name;
+        EXPECT_FALSE(IsModuleMapped(folder.Text(c.name).c_str())) << c.name;
+    }
+    EXPECT_EQ(OpenDescriptors(), before);
+    EXPECT_EQ(ErrorOfLoad(u"C:\\dev\\null"), ERROR_BAD_EXE_FORMAT);
+    EXPECT_EQ(ErrorOfLoad(u"no_such_library.so.9"), ERROR_MOD_NOT_FOUND);
+    EXPECT_EQ(ErrorOfLoad(u""), ERROR_INVALID_PARAMETER);
+    folder.MakeFile("closed.dll", "", 0000);
+    EXPECT_EQ(
+        AsOrdinaryUser([&] { return ErrorOfLoad(folder.Text("closed.dll")); }), int{ERROR_ACCESS_DENIED});
+}
+
+TEST(Modules, KeepTheWordsOfAFailureForItsThread)
+{
+    const TemporaryFolder folder;
+    folder.MakeFile("text.dll", "x");
+    ErrorOfLoad(folder.Text("text.dll"));
+    std::thread([&] {
+        EXPECT_EQ(LoadFailure(), "");
+        ErrorOfLoad(folder.Text("missing.dll"));
+        EXPECT_EQ(LoadFailure(), "cannot open file");
+    }).join();
+    EXPECT_EQ(LoadFailure(), "not an ELF file");
+    char16_t small[4];
+    EXPECT_EQ(GetLoadFailure(small, 4), 3U);
+    EXPECT_EQ(std::u16string(small), u"not");
+    EXPECT_EQ(GetLoadFailure(small, 0), 0U);
+}
+
+TEST(Modules, GiveTheirOwnSymbolsOnly)
+{
+    const TemporaryFolder folder;
+    const Module module = LoadLibraryW(Copy(folder, "answering.dll", "client.dll").c_str());
+    for (const char* const name : {"malloc", "getenv", "nothing", ""}) {
+        EXPECT_EQ(GetProcAddress(module, name), nullptr) << name;
+        EXPECT_EQ(GetLastError(), ERROR_PROC_NOT_FOUND) << name;
+    }
+    EXPECT_TRUE(FreeLibrary(module));
+    // Also of a module that others loaded.
+    Module libc;
+    ASSERT_TRUE(GetModuleHandleExW(
+        GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<const void*>(&::getpid), &libc));
+    EXPECT_NE(GetProcAddress(libc, "getenv"), nullptr);
+    EXPECT_TRUE(FreeLibrary(libc));
+    EXPECT_FALSE(FreeLibrary(libc));
+}
+
+TEST(Modules, AreFoundByNamePathAndAddress)
+{
+    const TemporaryFolder folder;
+    folder.MakeFolder("real");
+    folder.MakeLink("real", "linked");
+    folder.MakeFolder("real/odd:name");
+    const std::u16string real = Copy(folder, "answering.dll", "real/odd:name/tessel_client.dll");
+    const std::u16string path = folder.Text("linked") + u"\\odd\xF03Aname\\tessel_client.dll";
+    const Module module = LoadLibraryW(path.c_str());
+    ASSERT_NE(module, NULL_MODULE) << LoadFailure();
+    EXPECT_EQ(FileNameOf(module), path) << "as loaded, links not resolved";
+    EXPECT_EQ(GetModuleHandleW(u"tessel_client.dll"), module);
+    EXPECT_EQ(GetModuleHandleW(path.c_str()), module);
+    EXPECT_EQ(GetModuleHandleW(u"TESSEL_CLIENT.dll"), NULL_MODULE);
+    EXPECT_EQ(GetLastError(), ERROR_MOD_NOT_FOUND);
+    EXPECT_TRUE(IsModuleMapped((folder.Text("real") + u"\\odd\xF03Aname\\tessel_client.dll").c_str()));
+
+    Module found;
+    const void* const inside = reinterpret_cast<const void*>(GetProcAddress(module, "answer"));
+    EXPECT_TRUE(GetModuleHandleExW(
+        GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT, inside,
+        &found));
+    EXPECT_EQ(found, module);
+    EXPECT_TRUE(GetModuleHandleExW(0, u"tessel_client.dll", &found));
+    EXPECT_TRUE(FreeLibrary(module));
+    EXPECT_EQ(CallAnswer(found), 42) << "counted";
+    EXPECT_TRUE(FreeLibrary(found));
+    EXPECT_FALSE(GetModuleHandleExW(0, u"tessel_client.dll", &found));
+    int onTheStack = 0;
+    EXPECT_FALSE(GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, &onTheStack, &found));
+}
+
+TEST(Executable, IsAModuleToo)
+{
+    char own[1000];
+    const ssize_t bytes = ::readlink("/proc/self/exe", own, sizeof own);
+    const std::u16string path = PathText(std::string(own, static_cast<std::size_t>(bytes)));
+    EXPECT_EQ(FileNameOf(NULL_MODULE), path);
+    EXPECT_EQ(FileNameOf(GetModuleHandleW(nullptr)), path);
+    char16_t small[8];
+    EXPECT_EQ(GetModuleFileNameW(NULL_MODULE, small, 8), 8U);
+    EXPECT_EQ(GetLastError(), ERROR_INSUFFICIENT_BUFFER);
+    EXPECT_EQ(std::u16string(small), path.substr(0, 7));
+}
+
+TEST(Modules, LoadAndFreeFromConstructorsAndDestructorsOfOthers)
+{
+    const TemporaryFolder folder;
+    static std::u16string second;
+    static Module inner;
+    second = Copy(folder, "answering.dll", "second.dll");
+    SetCall("TESSEL_TEST_AT_LOAD", [] {
+        SetCall("TESSEL_TEST_AT_LOAD", nullptr);
+        inner = LoadLibraryW(second.c_str());
+    });
+    const Module outer = LoadLibraryW(Copy(folder, "answering.dll", "first.dll").c_str());
+    ASSERT_NE(inner, NULL_MODULE);
+    SetCall("TESSEL_TEST_AT_FREE", [] {
+        SetCall("TESSEL_TEST_AT_FREE", nullptr);
+        FreeLibrary(inner);
+    });
+    EXPECT_TRUE(FreeLibrary(outer));
+    EXPECT_FALSE(IsInMap(folder.Path("first.dll")) || IsInMap(folder.Path("second.dll")));
+}
+
+TEST(Modules, BearLoadsAndFreesOfManyThreads)
+{
+    const TemporaryFolder folder;
+    const std::u16string paths[] = {
+        Copy(folder, "answering.dll", "a.dll"), Copy(folder, "answering.dll", "b.dll")};
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread)
+        threads.emplace_back([&, thread] {
+            for (int i = 0; i < 200; ++i) {
+                const Module module = LoadLibraryW(paths[(thread + i) % 2].c_str());
+                EXPECT_EQ(CallAnswer(module), 42);
+                EXPECT_TRUE(FreeLibrary(module));
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_FALSE(IsInMap(folder.Path("a.dll")) || IsInMap(folder.Path("b.dll")));
+}
+
+TEST(CallStack, ShowsWhetherItGoesThroughAModule)
+{
+    const TemporaryFolder folder;
+    const Module module = LoadLibraryW(Copy(folder, "answering.dll", "client.dll").c_str());
+    const Module other = LoadLibraryW(Copy(folder, "answering.dll", "other.dll").c_str());
+    using CallBack = void (*)(void (*)(void*), void*);
+    const auto callBack = reinterpret_cast<CallBack>(GetProcAddress(module, "callBack"));
+    struct Answer {
+        Module module, other;
+        bool inModule, inOther;
+    } answer{module, other, false, true};
+    callBack(
+        [](void* context) {
+            Answer& asked = *static_cast<Answer*>(context);
+            asked.inModule = CallStackEnters(asked.module);
+            asked.inOther = CallStackEnters(asked.other);
+        },
+        &answer);
+    EXPECT_TRUE(answer.inModule);
+    EXPECT_FALSE(answer.inOther);
+    EXPECT_FALSE(CallStackEnters(module));
+    EXPECT_TRUE(CallStackEnters(GetModuleHandleW(nullptr)));
+    EXPECT_TRUE(FreeLibrary(module));
+    EXPECT_FALSE(CallStackEnters(module));
+    EXPECT_TRUE(FreeLibrary(other));
+}
+
+TEST(BuiltInModule, OffersItsTableUnderItsName)
+{
+    const Module kernel = LoadLibraryW(u"kernel32.dll");
+    ASSERT_NE(kernel, NULL_MODULE);
+    EXPECT_EQ(GetModuleHandleW(u"KERNEL32.DLL"), kernel);
+    const FARPROC found = GetProcAddress(kernel, "GetCurrentProcessId");
+    ASSERT_NE(found, nullptr);
+    EXPECT_EQ(reinterpret_cast<std::uint32_t (*)()>(found)(), static_cast<std::uint32_t>(::getpid()));
+    EXPECT_EQ(GetProcAddress(kernel, "NoSuchThing"), nullptr);
+    EXPECT_EQ(GetLastError(), ERROR_PROC_NOT_FOUND);
+    EXPECT_EQ(FileNameOf(kernel), FileNameOf(NULL_MODULE)) << "that of the layer itself";
+    EXPECT_TRUE(FreeLibrary(kernel));
+    EXPECT_TRUE(FreeLibrary(kernel)) << "it never leaves";
+#ifdef TESSEL_SEAMS
+    Seam::HideBuiltIn(u"KERNEL32.DLL", "GetCurrentProcessId");
+    EXPECT_EQ(GetProcAddress(kernel, "GetCurrentProcessId"), nullptr);
+    EXPECT_NE(GetProcAddress(kernel, "GetCurrentThreadId"), nullptr);
+    Seam::HideBuiltIn(u"KERNEL32.DLL", nullptr);
+    EXPECT_EQ(LoadLibraryW(u"KERNEL32.DLL"), NULL_MODULE);
+    EXPECT_EQ(GetLastError(), ERROR_MOD_NOT_FOUND);
+    Seam::ShowBuiltIns();
+    EXPECT_NE(GetProcAddress(kernel, "GetCurrentProcessId"), nullptr);
+#endif
+}
+
+// A host may open the library for itself alone; what it holds is visible to all all the same, and it knows
+// the path it was loaded by, also when that was relative to a folder that is no longer the working one.
+TEST(OwnModule, MakesItselfVisibleAndKnowsItsPath)
+{
+    const TemporaryFolder folder;
+    Copy(folder, "carrier.so", "carrier.so");
+    const int exit = InAnotherProcess([&] {
+        if (::chdir(folder.Path().c_str()) != 0 || !::dlopen("./carrier.so", RTLD_NOW | RTLD_LOCAL))
+            return 1;
+        if (::chdir("/") != 0 || ::dlsym(RTLD_DEFAULT, "carriedSymbol") == nullptr)
+            return 2;
+        char16_t path[1000];
+        const auto ask =
+            reinterpret_cast<unsigned (*)(char16_t*, unsigned)>(::dlsym(RTLD_DEFAULT, "ownPath"));
+        const std::u16string own(path, ask(path, 1000));
+        return own == folder.Text() + u"\\.\\carrier.so" ? 0 : 3;
+    });
+    EXPECT_EQ(exit, 0);
+}

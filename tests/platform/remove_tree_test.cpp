@@ -1,0 +1,161 @@
+#include "platform/errors.h"
+#include "platform/files.h"
+#include "tests/platform/temporary_folder.h"
+
+#include <atomic>
+#include <sys/resource.h>
+#include <thread>
+
+using namespace Platform;
+
+namespace {
+
+// The folders d/d/d/..., each with a file, made without naming the whole path.
+void MakeDeepTree(const TemporaryFolder& folder, int levels)
+{
+    int at = ::open(folder.Path().c_str(), O_DIRECTORY);
+    for (int level = 0; level < levels; ++level) {
+        ASSERT_EQ(::mkdirat(at, "d", 0777), 0);
+        const int below = ::openat(at, "d", O_DIRECTORY);
+        ::close(at);
+        at = below;
+        ::close(::openat(at, "f", O_CREAT | O_WRONLY, 0666));
+    }
+    ::close(at);
+}
+
+} // namespace
+
+TEST(RemovingATree, TakesAllThatItHoldsAndNothingElse)
+{
+    const TemporaryFolder folder;
+    folder.MakeFolder("outside");
+    folder.MakeFile("outside/kept");
+    folder.MakeFolder("tree");
+    for (const char* const name :
+        {"tree/a:b", "tree/\xff\xfe", "tree/dot.", "tree/blank ", "tree/back\\slash"})
+        folder.MakeFile(name);
+    folder.MakeFolder("tree/sub");
+    folder.MakeFile("tree/sub/locked", "", 0000);
+    folder.MakeLink("../outside", "tree/folderlink");
+    folder.MakeLink("../outside/kept", "tree/sub/filelink");
+    folder.MakeLink("nowhere", "tree/sub/dangling");
+    ::mkfifo(folder.Path("tree/pipe").c_str(), 0666);
+    SetLastError(4711);
+    EXPECT_TRUE(RemoveTreeW((folder.Text("tree") + u"\\").c_str(), nullptr));
+    EXPECT_EQ(GetLastError(), 4711U);
+    EXPECT_EQ(folder.Names(), std::set<std::string>{"outside"});
+    EXPECT_TRUE(folder.Has("outside/kept"));
+}
+
+TEST(RemovingATree, TakesASingleEntryToo)
+{
+    const TemporaryFolder folder;
+    folder.MakeFolder("kept");
+    folder.MakeFile("kept/file");
+    folder.MakeFile("file");
+    folder.MakeLink("kept", "link");
+    for (const char* const name : {"file", "link", "missing", "missing/below", "kept/file/below"})
+        EXPECT_TRUE(RemoveTreeW(folder.Text(name).c_str(), nullptr)) << name;
+    EXPECT_EQ(folder.Names(), std::set<std::string>{"kept"});
+    EXPECT_TRUE(folder.Has("kept/file"));
+}
+
+TEST(RemovingATree, RefusesTheWholeDiskAndTheWorkingFolder)
+{
+    const struct {
+        const char16_t* path;
+        std::uint32_t error;
+    } cases[] = {{u"C:", 5}, {u"C:\\x\\..", 5}, {u".", 87}, {u"..", 87}, {u"", 3}, {u"a|b", 123}};
+    for (const auto& c : cases) {
+        EXPECT_FALSE(RemoveTreeW(c.path, nullptr));
+        EXPECT_EQ(GetLastError(), c.error);
+    }
+}
+
+TEST(RemovingATree, StopsAtTheFirstFailureAndTellsIt)
+{
+    const TemporaryFolder folder;
+    const struct {
+        const char *locked, *told; // the folder that may not be changed, and what fails for it
+        bool isFolder;
+        std::uint32_t error;
+        mode_t mode;
+    } cases[] = {
+        {"tree/a", "tree/a/file", false, ERROR_ACCESS_DENIED, 0555},
+        {"tree/a", "tree/a", true, ERROR_DIR_NOT_EMPTY, 0333}, // cannot be listed
+        {"tree", "tree/a", true, ERROR_ACCESS_DENIED, 0555},
+    };
+    for (const auto& c : cases) {
+        const int exit = AsOrdinaryUser([&] {
+            folder.MakeFolder("tree");
+            folder.MakeFolder("tree/a");
+            folder.MakeFile("tree/a/file");
+            ::chmod(folder.Path(c.locked).c_str(), c.mode);
+            char16_t path[200];
+            REMOVE_TREE_FAILURE failure{!c.isFolder, 0, path, 200};
+            const bool removed = RemoveTreeW(folder.Text("tree").c_str(), &failure);
+            const std::uint32_t error = GetLastError();
+            ::chmod(folder.Path(c.locked).c_str(), 0777);
+            const bool told = failure.isFolder == c.isFolder && path == folder.Text(c.told)
+                && failure.pathChars == folder.Text(c.told).size();
+            char16_t small[5];
+            failure = {false, 0, small, 5};
+            return removed || error != c.error ? static_cast<int>(error) : told ? 0 : 254;
+        });
+        EXPECT_EQ(exit, 0) << c.told << " " << c.mode;
+        EXPECT_TRUE(RemoveTreeW(folder.Text("tree").c_str(), nullptr));
+    }
+}
+
+// More levels than the process may have descriptors.
+TEST(RemovingATree, HasNoLimitOfDepth)
+{
+    const TemporaryFolder folder;
+    MakeDeepTree(folder, 300);
+    folder.MakeFile("d/d/d/late"); // met after the deepest levels, when its folder is opened again
+    const int exit = InAnotherProcess([&] {
+        const rlimit limit{64, 64};
+        ::setrlimit(RLIMIT_NOFILE, &limit);
+        const std::size_t before = OpenDescriptors();
+        if (!RemoveTreeW(folder.Text("d").c_str(), nullptr))
+            return static_cast<int>(GetLastError());
+        return OpenDescriptors() == before ? 0 : 254;
+    });
+    EXPECT_EQ(exit, 0);
+    EXPECT_TRUE(folder.Names().empty());
+}
+
+// Somebody swaps a folder of the tree for a link to a folder outside, back and forth, as fast as it goes.
+TEST(RemovingATree, IsNotLedOutByALinkThatAppears)
+{
+    const TemporaryFolder folder;
+    folder.MakeFolder("outside");
+    folder.MakeFolder("outside/sub");
+    folder.MakeFile("outside/kept");
+    folder.MakeFile("outside/sub/kept");
+    folder.MakeLink(folder.Path("outside"), "bait");
+    std::atomic<bool> done{false};
+    std::atomic<long> swaps{0};
+    std::thread swapper([&] {
+        const std::string bait = folder.Path("bait");
+        const std::string victim = folder.Path("tree/victim");
+        while (!done)
+            swaps += ::renameat2(AT_FDCWD, bait.c_str(), AT_FDCWD, victim.c_str(), RENAME_EXCHANGE) == 0;
+    });
+    long rounds = 0;
+    for (; rounds < 100 || (swaps < 200 && rounds < 100'000); ++rounds) {
+        ::mkdir(folder.Path("tree").c_str(), 0777);
+        ::mkdir(folder.Path("tree/victim").c_str(), 0777);
+        for (const char* const name : {"tree/victim/sub", "tree/victim/other"})
+            ::mkdir(folder.Path(name).c_str(), 0777);
+        RemoveTreeW(folder.Text("tree").c_str(), nullptr);
+        ASSERT_TRUE(folder.Has("outside/kept") && folder.Has("outside/sub/kept"))
+            << "after " << rounds << " rounds";
+        // What is left is for the next round; the bait may have gone with the tree.
+        ::symlink(folder.Path("outside").c_str(), folder.Path("bait").c_str());
+    }
+    done = true;
+    swapper.join();
+    EXPECT_GE(swaps, 200);
+}
