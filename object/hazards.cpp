@@ -21,8 +21,9 @@ constinit std::atomic<std::uint64_t> used{0};
 void MarkUsed(unsigned index) noexcept
 {
     const std::uint64_t bit = std::uint64_t{1} << index;
-    // acquire: who finds the bit set stands behind the one who set it, also for the destroyer
-    if ((used.load(std::memory_order_acquire) & bit) == 0)
+    // seq_cst also for who finds the bit set: only so its setting comes before the announcement in the one
+    // order of all those steps, in which the destroyer's look at the bits stands behind the turning
+    if ((used.load(std::memory_order_seq_cst) & bit) == 0)
         used.fetch_or(bit, std::memory_order_seq_cst);
 }
 

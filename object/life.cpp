@@ -140,7 +140,8 @@ void BaseFace::WeakReference::AttachObject(const BaseFace* attached) noexcept
         attached = &zombie;
     // Constness ends here: a reference that is locked later is as good as any other.
     auto* const target = const_cast<BaseFace*>(attached);
-    object.store(target, std::memory_order_relaxed);
+    // release: who finds the Zombie here sees that the object was claimed
+    object.store(target, std::memory_order_release);
     target->AttachWeak(this);
 }
 
@@ -157,7 +158,8 @@ BaseFace* BaseFace::WeakReference::LockObject() const noexcept
     // An object that was still to get its first reference: maybe this is it, and then its locker has to
     // know. Somebody else may have taken it, dropped it and claimed the object meanwhile: then what is added
     // here is gone when the destroyer, who waits for this announcement, sets the word back.
-    BaseFace* const unreferenced = object.load(std::memory_order_relaxed);
+    // acquire: where its destroyer was so fast that this is the Zombie, the state below is no older than that.
+    BaseFace* const unreferenced = object.load(std::memory_order_acquire);
     unreferenced->AddRef();
     return (word.load(std::memory_order_relaxed) & stateBits) == living ? unreferenced : nullptr;
 }
