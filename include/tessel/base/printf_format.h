@@ -60,12 +60,12 @@ constexpr auto Passed(const Argument& argument) noexcept
 template <class FormatChar, class TextChar>
 class Checker {
 public:
-    consteval Checker(const FormatChar* checkedFormat, const Slot* argumentSlots, std::size_t slotCount)
+    constexpr Checker(const FormatChar* checkedFormat, const Slot* argumentSlots, std::size_t slotCount)
         : at(checkedFormat), slots(argumentSlots), count(slotCount)
     {
     }
 
-    consteval void Run()
+    constexpr void Run()
     {
         while (*at != 0) {
             if (*at++ != '%')
@@ -80,7 +80,7 @@ public:
     }
 
 private:
-    consteval void Conversion()
+    constexpr void Conversion()
     {
         while (IsOneOf(*at, "-+ #0"))
             ++at;
@@ -94,7 +94,7 @@ private:
         ++at;
     }
 
-    consteval void Number()
+    constexpr void Number()
     {
         if (*at == '*') {
             ++at;
@@ -105,7 +105,7 @@ private:
     }
 
     // 0 none, 4 a 32-bit prefix, 8 a 64-bit prefix, 1 narrow (h), 2 wide (l, w), 16 long double
-    consteval std::size_t Prefix()
+    constexpr std::size_t Prefix()
     {
         if (Skip("I64") || Skip("ll") || Skip("j") || Skip("z") || Skip("t"))
             return 8;
@@ -118,7 +118,7 @@ private:
         return Skip("l") || Skip("w") ? 2 : 0;
     }
 
-    consteval void Check(FormatChar conversion, std::size_t prefix)
+    constexpr void Check(FormatChar conversion, std::size_t prefix)
     {
         constexpr Slot own = sizeof(TextChar) == 2 ? Slot::wideText : Slot::narrowText;
         constexpr Slot other = sizeof(TextChar) == 2 ? Slot::narrowText : Slot::wideText;
@@ -139,7 +139,7 @@ private:
             throw "a conversion that the dialect does not have";
     }
 
-    consteval void Take(Slot wanted)
+    constexpr void Take(Slot wanted)
     {
         if (next == count)
             throw "more conversions than arguments";
@@ -147,7 +147,7 @@ private:
             throw "an argument's type does not fit its conversion";
     }
 
-    consteval void TakePointer()
+    constexpr void TakePointer()
     {
         if (next == count)
             throw "more conversions than arguments";
@@ -156,7 +156,7 @@ private:
             throw "%p takes a pointer";
     }
 
-    consteval bool Skip(std::string_view prefix)
+    constexpr bool Skip(std::string_view prefix)
     {
         for (std::size_t i = 0; i < prefix.size(); ++i)
             if (at[i] != static_cast<FormatChar>(prefix[i]))
@@ -165,7 +165,7 @@ private:
         return true;
     }
 
-    static consteval bool IsOneOf(FormatChar character, std::string_view set)
+    static constexpr bool IsOneOf(FormatChar character, std::string_view set)
     {
         for (const char member : set)
             if (character == static_cast<FormatChar>(member))
