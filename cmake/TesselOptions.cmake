@@ -34,6 +34,8 @@ function(tessel_room name)
     set_target_properties(tessel_${name} PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
     target_include_directories(tessel_${name} PUBLIC ${PROJECT_SOURCE_DIR})
     target_link_libraries(tessel_${name} PRIVATE tessel_options)
+    # What is bound within the library may be inlined there, and its few thread-local bytes come with the process.
+    target_compile_options(tessel_${name} PRIVATE -fno-semantic-interposition -ftls-model=initial-exec)
     foreach(below IN LISTS room_DEPENDS)
         target_include_directories(tessel_${name} PUBLIC
             $<TARGET_PROPERTY:tessel_${below},INTERFACE_INCLUDE_DIRECTORIES>)

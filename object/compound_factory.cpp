@@ -9,8 +9,11 @@ void CompoundFactory::AddFactory(const FacePtr<Factory>& factory)
     if (const auto byName = factory.TryCast<StaticFactory>()) {
         ClassInfoList classes;
         byName->ListClasses(classes);
+        std::vector<Clsid> names;
+        names.reserve(classes.size());
         for (const ClassInfo& described : classes)
-            statics.Set(described.clsid, byName);
+            names.emplace_back(described.clsid);
+        statics.SetEach(names, byName);
     }
     if (const auto byType = factory.TryCast<DynamicFactory>()) {
         TypeSet types;

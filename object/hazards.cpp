@@ -14,9 +14,13 @@ struct alignas(64) Line {
 constinit Line lines[lineCount];
 
 // Bit i: line i has been used since the process began. It is set before the first announcement there, so who
-// sees no bit after having turned the references need not look at the line. Lines are chosen by processor,
-// so that on an ordinary machine few are ever in use.
+// sees no bit after having turned the references need not look at the line.
 constinit std::atomic<std::uint64_t> used{0};
+
+// The line that served this thread last. It is chosen by processor, and anew when another thread is found in
+// it, so that threads do not share lines for long, and on an ordinary machine few are ever in use.
+constexpr unsigned noLine = lineCount;
+constinit thread_local unsigned ownLine = noLine;
 
 void MarkUsed(unsigned index) noexcept
 {
@@ -27,6 +31,20 @@ void MarkUsed(unsigned index) noexcept
         used.fetch_or(bit, std::memory_order_seq_cst);
 }
 
+// Announces in a line that is free, the one of this processor or the next ones, and gives its index.
+[[gnu::noinline]] unsigned AnnounceElsewhere(const LifeWord* word) noexcept
+{
+    unsigned index = Platform::GetCurrentProcessorNumber() % lineCount;
+    for (unsigned tried = 1;; index = (index + 1) % lineCount, ++tried) {
+        MarkUsed(index);
+        const LifeWord* free = nullptr;
+        if (lines[index].word.compare_exchange_strong(free, word, std::memory_order_seq_cst))
+            return index;
+        if (tried % lineCount == 0)
+            Platform::Sleep(0);
+    }
+}
+
 } // namespace
 
 Announcement::Announcement(const std::atomic<LifeWord*>& guard, const LifeWord* ignored) noexcept
@@ -34,18 +52,11 @@ Announcement::Announcement(const std::atomic<LifeWord*>& guard, const LifeWord* 
 {
     if (word == ignored)
         return;
-    // A line is taken when another thread was moved away from this processor in the middle of its
-    // announcement: the next one serves as well.
-    unsigned index = Platform::GetCurrentProcessorNumber() % lineCount;
-    for (unsigned tried = 0;; index = (index + 1) % lineCount) {
-        MarkUsed(index);
-        const LifeWord* free = nullptr;
-        if (lines[index].word.compare_exchange_strong(free, word, std::memory_order_seq_cst))
-            break;
-        if (++tried % lineCount == 0)
-            Platform::Sleep(0);
-    }
-    line = &lines[index].word;
+    const LifeWord* free = nullptr;
+    if (ownLine == noLine
+        || !lines[ownLine].word.compare_exchange_strong(free, word, std::memory_order_seq_cst))
+        ownLine = AnnounceElsewhere(word);
+    line = &lines[ownLine].word;
     for (;;) {
         LifeWord* const now = guard.load(std::memory_order_seq_cst);
         if (now == word)

@@ -70,8 +70,14 @@ thread_local constinit const Life::Prepared* Life::prepared = nullptr;
 void Life::ReleaseCounted(
     Life* life, DestroyFunction destroy, LiveObjects* counter, UnlockFunction unlock) noexcept
 {
-    if (DropOrClaim(life->word))
-        return;
+    if (!DropOrClaim(life->word))
+        Die(life, destroy, counter, unlock);
+}
+
+// What the winner of the last reference does. Apart from ReleaseCounted, which then has no registers to save
+// for a reference that is not the last.
+void Life::Die(Life* life, DestroyFunction destroy, LiveObjects* counter, UnlockFunction unlock) noexcept
+{
     // The list changes no more (5). Each reference may be freed by its owner as soon as it is on the Zombie.
     BaseFace::WeakReference* weak = life->weakHead.load(std::memory_order_relaxed);
     if (weak != nullptr) {
@@ -158,10 +164,16 @@ BaseFace* BaseFace::WeakReference::LockObject() const noexcept
     // An object that was still to get its first reference: maybe this is it, and then its locker has to
     // know. Somebody else may have taken it, dropped it and claimed the object meanwhile: then what is added
     // here is gone when the destroyer, who waits for this announcement, sets the word back.
-    // acquire: where its destroyer was so fast that this is the Zombie, the state below is no older than that.
+    // acquire: where its destroyer was so fast that this is the Zombie, the state below is no older than
+    // that.
     BaseFace* const unreferenced = object.load(std::memory_order_acquire);
     unreferenced->AddRef();
     return (word.load(std::memory_order_relaxed) & stateBits) == living ? unreferenced : nullptr;
+}
+
+bool BaseFace::WeakReference::IsDead() const noexcept
+{
+    return guard.load(std::memory_order_acquire) == &zombie.word;
 }
 
 void BaseFace::WeakReference::DetachObject() noexcept
@@ -172,7 +184,7 @@ void BaseFace::WeakReference::DetachObject() noexcept
             held->Release();
             return;
         }
-        if (guard.load(std::memory_order_acquire) == &zombie.word)
+        if (IsDead())
             return;
         // Dying: its destroyer is about to turn this reference to the Zombie.
         Platform::Sleep(0);

@@ -9,6 +9,11 @@ namespace Object {
 
 namespace {
 
+// The manager of the process, for a look without a reference: it stays whole as long as the gate is held,
+// for leaving it is the first thing that its destructor does.
+constinit ReadMostlySection gate;
+constinit ManagerImpl* current = nullptr; // guarded by the gate
+
 [[noreturn]] void ThrowNotFound(const Clsid& clsid)
 {
     throw Error("clsid-not-found(%s)", "object", clsid);
@@ -36,6 +41,25 @@ ManagerImpl::ManagerImpl()
     : compound(MakeFace<Impl<CompoundFactory, Module>>()), self(MakeFace<Impl<SelfFactory, Module>>())
 {
     compound->AddFactory(self);
+}
+
+void ManagerImpl::OnFirstReference()
+{
+    const ReadMostlySection::Writing lock(gate);
+    current = this;
+}
+
+ManagerImpl::~ManagerImpl()
+{
+    const ReadMostlySection::Writing lock(gate);
+    if (current == this) // else a successor stands there
+        current = nullptr;
+}
+
+FacePtr<StaticFactory> ManagerImpl::FindFactory(const Clsid& clsid)
+{
+    const ReadMostlySection::Reading lock(gate);
+    return current != nullptr ? current->compound->FindStatic(clsid) : nullptr;
 }
 
 FacePtr<BaseFace> ManagerImpl::CreateObject(const Clsid& clsid, const char16_t* wanted)
@@ -72,13 +96,20 @@ void ManagerImpl::AddFactory(const FacePtr<Factory>& factory)
 
 FacePtr<BaseFace> CreateObject(const Clsid& clsid, const char16_t* iid)
 {
-    return ManagerImpl::Get()->CreateObject(clsid, iid);
+    const FacePtr<StaticFactory> factory = ManagerImpl::FindFactory(clsid);
+    if (!factory)
+        return ManagerImpl::Get()->CreateObject(clsid, iid);
+    // As the manager would: a static factory ends the search whatever it answers.
+    FacePtr<BaseFace> result;
+    factory->CreateObject(clsid, iid, result);
+    if (!result)
+        ThrowNotFound(clsid);
+    return result;
 }
 
 FacePtr<Library> FindLibrary(const Clsid& clsid)
 {
-    const FacePtr<ManagerImpl> manager = ImplGlobal<ManagerImpl, Module>::Get();
-    return manager->FindFactory(clsid).TryCast<Library>();
+    return ManagerImpl::FindFactory(clsid).TryCast<Library>();
 }
 
 } // namespace Object

@@ -1,12 +1,11 @@
 // WeakMap and WeakMultiMap: maps that do not keep their values alive.
 //
 // An entry whose value has died is dropped by whoever meets it, and by the cleanup. All operations may be
-// called from any thread and run in the map's section. Where a walk's reference to a value was the last one,
-// the value's destructor runs there: it may use the same map again, and must not wait for another thread that
-// needs the map.
+// called from any thread. No value's destructor ever runs in the section: references are handed out or
+// dropped outside, so a destructor may use the same map, and wait for whomever it likes.
 #pragma once
 
-#include <tessel/base/critical_section.h>
+#include "object/read_mostly_section.h"
 #include <tessel/module.h>
 #include <tessel/object/cleanup.h>
 #include <tessel/object/impl.h>
@@ -32,54 +31,44 @@ public:
         return made;
     }
 
+    // Drops the dead entries; there is no other tidying to be forced.
     bool Cleanup(bool /*force*/) override
     {
-        const SectionLock lock(section);
-        return Walk([this] { return std::pair(entries.begin(), entries.end()); }, [] {},
-            [](const Key&, FacePtr<V> dropped) { dropped = nullptr; });
+        const ReadMostlySection::Writing lock(section);
+        return std::erase_if(entries, [](const auto& entry) { return entry.second.IsDead(); }) != 0;
     }
 
     void GetAll(Pairs& out)
     {
-        const SectionLock lock(section);
-        const std::size_t before = out.size();
-        out.reserve(before + entries.size());
-        Walk([this] { return std::pair(entries.begin(), entries.end()); },
-            [&] { out.erase(out.begin() + static_cast<std::ptrdiff_t>(before), out.end()); },
-            [&](const Key& key, FacePtr<V> value) { out.emplace_back(key, std::move(value)); });
+        Collect([this] { return std::pair(entries.begin(), entries.end()); }, out,
+            [](Pairs& pairs, const Key& key, FacePtr<V> value) {
+                pairs.emplace_back(key, std::move(value));
+            });
     }
 
-    // Gives each live value of a range to `visit`, in order, and drops the dead entries; true if there were
-    // any. A destructor that changed the map has made the iterators stale: the walk starts over, `restart`
-    // first.
-    template <class Range, class Restart, class Visit>
-    bool Walk(Range range, Restart restart, Visit visit)
+    // Adds the living values of a range to `out` by `add`, in order, and drops the dead entries.
+    template <class Range, class Out, class Add>
+    void Collect(Range range, Out& out, Add add)
     {
-        bool removed = false;
-        for (bool complete = false; !complete;) {
-            complete = true;
-            restart();
-            auto [entry, end] = range();
-            for (std::uint32_t seen = generation; entry != end;) {
-                FacePtr<V> value = entry->second.Lock();
-                if (!value) {
-                    entry = entries.erase(entry);
-                    seen = ++generation;
-                    removed = true;
-                    continue;
-                }
-                visit(entry->first, std::move(value));
-                complete = generation == seen;
-                if (!complete)
-                    break;
-                ++entry;
+        bool anyDead = false;
+        {
+            const ReadMostlySection::Reading lock(section);
+            const auto [begin, end] = range();
+            out.reserve(out.size() + static_cast<std::size_t>(std::distance(begin, end)));
+            for (auto entry = begin; entry != end; ++entry) {
+                if (FacePtr<V> value = entry->second.Lock())
+                    add(out, entry->first, std::move(value));
+                else
+                    anyDead = true;
             }
         }
-        return removed;
+        if (anyDead)
+            Cleanup(false);
     }
 
-    CriticalSection section; // guards what follows
-    std::uint32_t generation = 0; // raised at each change of the entries
+    // One for all maps of a kind, for a map of its own size each would be too much for many small ones.
+    // Guards the entries.
+    static constinit inline ReadMostlySection section;
     Entries entries;
 };
 
@@ -87,36 +76,42 @@ public:
 template <class K, class V>
 class TESSEL_HIDDEN WeakMap {
 public:
-    using Contents = WeakContents<std::map<K, WeakPtr<V>, std::less<>>, V>;
+    using Contents = WeakContents<std::map<K, WeakPtr<V>>, V>;
     using Pairs = typename Contents::Pairs;
 
-    // Binds the key to the value, whatever it was bound to before; null removes it.
-    void Set(const K& key, const FacePtr<V>& value)
+    // Binds each key to the value, whatever it was bound to before; null removes them.
+    template <class Keys>
+    void SetEach(const Keys& keys, const FacePtr<V>& value)
     {
-        const SectionLock lock(contents->section);
-        if (value)
-            contents->entries[key] = value;
-        else
-            contents->entries.erase(key);
-        ++contents->generation;
+        // What is replaced goes outside: letting go a weak reference can drop the last reference for an
+        // instant in which its holder lets go too.
+        std::vector<typename decltype(Contents::entries)::node_type> replaced;
+        const ReadMostlySection::Writing lock(Contents::section);
+        for (const K& key : keys) {
+            if (auto old = contents->entries.extract(key))
+                replaced.push_back(std::move(old));
+            if (value)
+                contents->entries.emplace(key, value);
+        }
     }
+    void Set(const K& key, const FacePtr<V>& value) { SetEach(std::initializer_list<K>{key}, value); }
 
     // The value if it lives, else null.
     FacePtr<V> Find(const K& key)
     {
-        const SectionLock lock(contents->section);
-        const auto entry = contents->entries.find(key);
-        if (entry == contents->entries.end())
-            return nullptr;
-        FacePtr<V> value = entry->second.Lock();
-        if (!value) {
-            contents->entries.erase(entry);
-            ++contents->generation;
+        {
+            const ReadMostlySection::Reading lock(Contents::section);
+            const auto entry = contents->entries.find(key);
+            if (entry == contents->entries.end())
+                return nullptr;
+            if (FacePtr<V> value = entry->second.Lock())
+                return value;
         }
-        return value;
+        contents->Cleanup(false);
+        return nullptr;
     }
 
-    // Adds each key with a live value, in the order of the keys.
+    // Adds each key with a living value, in the order of the keys.
     void GetAll(Pairs& out) { contents->GetAll(out); }
 
 private:
@@ -127,26 +122,23 @@ private:
 template <class K, class V>
 class TESSEL_HIDDEN WeakMultiMap {
 public:
-    using Contents = WeakContents<std::multimap<K, WeakPtr<V>, std::less<>>, V>;
+    using Contents = WeakContents<std::multimap<K, WeakPtr<V>>, V>;
     using Pairs = typename Contents::Pairs;
 
     // One more value, behind those that the key has.
     void Add(const K& key, const FacePtr<V>& value)
     {
-        const SectionLock lock(contents->section);
+        const ReadMostlySection::Writing lock(Contents::section);
         contents->entries.emplace(key, value);
-        ++contents->generation;
     }
 
-    // Adds the live values of the key, in the order in which they were added.
+    // Adds the living values of the key, in the order in which they were added.
     void Find(const K& key, std::vector<FacePtr<V>>& out)
     {
-        const SectionLock lock(contents->section);
-        const std::size_t before = out.size();
-        out.reserve(before + contents->entries.count(key));
-        contents->Walk([&] { return contents->entries.equal_range(key); },
-            [&] { out.erase(out.begin() + static_cast<std::ptrdiff_t>(before), out.end()); },
-            [&](const K&, FacePtr<V> value) { out.push_back(std::move(value)); });
+        contents->Collect([&] { return contents->entries.equal_range(key); }, out,
+            [](std::vector<FacePtr<V>>& values, const K&, FacePtr<V> value) {
+                values.push_back(std::move(value));
+            });
     }
 
     void GetAll(Pairs& out) { contents->GetAll(out); }

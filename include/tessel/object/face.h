@@ -66,6 +66,9 @@ struct BaseFace::WeakReference {
     TESSEL_API void DetachObject() noexcept;
     // The object with one reference added for the caller, or null if it is dead or dying. Never blocks.
     TESSEL_API BaseFace* LockObject() const noexcept;
+    // Whether there is no object any more, and never will be. Takes no reference, so no destructor can
+    // follow.
+    TESSEL_API bool IsDead() const noexcept;
 };
 static_assert(sizeof(BaseFace::WeakReference) == 3 * sizeof(void*));
 

@@ -169,6 +169,9 @@ public:
         return FacePtr<T>::Adopt(locked != nullptr ? FromPrimary<T>(locked) : nullptr);
     }
 
+    // Whether Lock will give null from now on; false says nothing.
+    bool IsDead() const noexcept { return reference.IsDead(); }
+
 private:
     void Attach(const FacePtr<T>& face) noexcept
     {

@@ -57,4 +57,8 @@ protected:
 
     std::atomic<std::uint32_t> word{0};
     std::atomic<BaseFace::WeakReference*> weakHead{nullptr};
+
+private:
+    [[gnu::noinline]] static void Die(
+        Life* life, DestroyFunction destroy, LiveObjects* counter, UnlockFunction unlock) noexcept;
 };
