@@ -26,12 +26,16 @@ public:
     TextBuilder& Add(char16_t character) { return Add(std::u16string_view(&character, 1)); }
 
     std::size_t GetLength() const noexcept { return length; }
+    // The text as it stands, until something is added.
+    std::u16string_view View() const noexcept { return {buffer, length}; }
+    // The empty text, in the same memory.
+    void Clear() noexcept { length = 0; }
 
     // The text; the builder is empty afterwards.
     WideString Take()
     {
-        if (length != 0)
-            *MakeRoom(0) = 0;
+        if (capacity != 0)
+            buffer[length] = 0;
         length = 0;
         capacity = 0;
         return std::exchange(text, WideString());

@@ -1,0 +1,93 @@
+#include "xml/layout.h"
+
+#include "xml/scan.h"
+#include <tessel/base/error.h>
+
+namespace Xml {
+
+void Layout::Header()
+{
+    output.Add(u"<?xml version=\"1.0\" encoding=\"utf-8\"?>");
+}
+
+void Layout::BreakLine(std::uint32_t depth)
+{
+    constexpr std::uint32_t deepest = 10'000; // the lines down to here have 100 million blanks already
+    if (depth > deepest)
+        throw Error("xml-writer-depth", "xml");
+    output.Add(u'\n');
+    output.Add(std::size_t{depth} * 2, u' ');
+}
+
+void Layout::RequireName(bool isValid)
+{
+    if (!isValid)
+        throw Error("xml-writer-comment", "xml");
+}
+
+void Layout::BeginTag(std::u16string_view name)
+{
+    output.Add(u'<');
+    output.Add(name);
+}
+
+void Layout::AddAttribute(std::u16string_view name, std::u16string_view value)
+{
+    output.Add(u' ');
+    output.Add(name);
+    output.Add(u"=\"");
+    Escape<u'&', u'<', u'"'>(value);
+    output.Add(u'"');
+}
+
+void Layout::EndTag(bool isEmpty)
+{
+    output.Add(isEmpty ? u"/>" : u">");
+}
+
+void Layout::Close(std::u16string_view name)
+{
+    output.Add(u"</");
+    output.Add(name);
+    output.Add(u'>');
+}
+
+template <char16_t... escaped>
+void Layout::Escape(std::u16string_view text)
+{
+    const char16_t* at = text.data();
+    const char16_t* const end = at + text.size();
+    for (;;) {
+        const char16_t* const found = Scan::FirstOf<escaped...>(at, end);
+        output.Add({at, static_cast<std::size_t>(found - at)});
+        if (found == end)
+            return;
+        output.Add(*found == u'&' ? u"&amp;" : *found == u'<' ? u"&lt;" : u"&quot;");
+        at = found + 1;
+    }
+}
+
+void Layout::Text(std::u16string_view text)
+{
+    Escape<u'&', u'<'>(text);
+}
+
+void Layout::Section(std::u16string_view text)
+{
+    if (text.find(u"]]>") != text.npos)
+        throw Error("xml-writer-cdata", "xml");
+    output.Add(u"<![CDATA[");
+    output.Add(text);
+    output.Add(u"]]>");
+}
+
+void Layout::Comment(std::u16string_view text)
+{
+    if (text.find(u"--") != text.npos)
+        throw Error("xml-writer-comment", "xml");
+    output.Add(u"<!--");
+    output.Add(text);
+    output.Add(u"-->");
+}
+
+} // namespace Xml

@@ -1,0 +1,69 @@
+#include "xml/output.h"
+
+#include <algorithm>
+#include <new>
+
+namespace Xml {
+
+namespace {
+constexpr std::size_t pieceUnits = 4096;
+}
+
+Output::Output(StringWritingStream& its) : stream(its)
+{
+    MakePiece();
+}
+
+// A stream that has kept the last piece keeps its memory too.
+void Output::MakePiece()
+{
+    begin = piece.PrepareWriting(static_cast<std::uint32_t>((pieceUnits + 1) * sizeof(char16_t)), false);
+    if (begin == nullptr)
+        throw std::bad_alloc();
+    at = begin;
+    end = begin + pieceUnits;
+}
+
+void Output::AddInPieces(std::u16string_view text)
+{
+    while (!text.empty()) {
+        if (at == end)
+            WritePiece();
+        const std::size_t count = std::min(text.size(), static_cast<std::size_t>(end - at));
+        text.copy(at, count);
+        at += count;
+        text.remove_prefix(count);
+    }
+}
+
+void Output::Add(std::size_t count, char16_t character)
+{
+    while (count != 0) {
+        if (at == end)
+            WritePiece();
+        const std::size_t added = std::min(count, static_cast<std::size_t>(end - at));
+        at = std::fill_n(at, added, character);
+        count -= added;
+    }
+}
+
+// The first half of a surrogate pair waits for the second one.
+void Output::WritePiece()
+{
+    const char16_t last = at[-1];
+    const bool isHalf = (last & 0xFC00) == 0xD800;
+    at -= isHalf ? 1 : 0;
+    Flush();
+    if (isHalf)
+        *at++ = last;
+}
+
+void Output::Flush()
+{
+    *at = 0;
+    at = begin; // in any case: what a stream has refused is not offered again
+    stream.Write(piece);
+    MakePiece();
+}
+
+} // namespace Xml
