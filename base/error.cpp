@@ -157,7 +157,9 @@ void Error::SetDetails(const WideString& details)
 
 WideString Error::Format() const
 {
-    const std::uint32_t shown = record != nullptr ? record->shownLayer : Record::noLayer;
+    // An index from an archive may point nowhere.
+    const std::uint32_t shown =
+        record != nullptr && record->shownLayer < GetLayerCount() ? record->shownLayer : Record::noLayer;
     WideString result = GetLayerText(0);
     if (result.IsEmpty() && shown == Record::noLayer) {
         const std::uint32_t code = GetLayerCode(0);
@@ -165,8 +167,7 @@ WideString Error::Format() const
             return result;
         result.Printf(u"%08x", code);
     }
-    // An index from an archive may point nowhere.
-    if (shown < GetLayerCount() && shown != GetLayerCount() - 1) {
+    if (shown != Record::noLayer && shown != GetLayerCount() - 1) {
         result.Append(u'\n');
         result += record->layers[shown].text;
     }

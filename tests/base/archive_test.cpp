@@ -1,0 +1,272 @@
+#include "tests/allocation_plan.h"
+#include "tests/base/bytes.h"
+#include <tessel/base/archive.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+// The code that reading fails with, 0 where it does not.
+template <class Act>
+std::uint32_t CodeOf(Act act)
+{
+    try {
+        act();
+    } catch (const Error& error) {
+        EXPECT_EQ(error.GetLayerCount(), 1U);
+        return error.GetLayerCode(0);
+    }
+    return 0;
+}
+
+Error SampleError()
+{
+    Error error;
+    error.AddLayer(7, u"one", true);
+    error.AddLayer(Error::badFormat, {}, false);
+    error.AddLayer(Error::sameCode, u"three, with a text that is longer than the others", false);
+    error.SetDetails(u"details");
+    return error;
+}
+
+TEST(WriteArchive, PutsItemsWhereTheirAlignmentCountsFromTheMarker)
+{
+    WriteArchive archive;
+    archive << std::uint8_t{1} << std::uint32_t{2} << std::uint64_t{3} << std::uint8_t{4} << std::uint64_t{5};
+    archive << WideString() << WideString(u"ab") << Binary() << Binary("xyz", 3) << std::uint32_t{6};
+    EXPECT_EQ(archive.GetBinary(),
+        Bytes("10 13 48 5B  01 000000 02000000  0300000000000000 04 00000000000000 0500000000000000"
+              "00000000  06000000 B0040000 6100 6200 0000 0000  00000000  03000000 78797A 00  06000000"));
+}
+
+TEST(WriteArchive, WithNothingWrittenGivesTheEmptyBinary)
+{
+    EXPECT_TRUE(WriteArchive().GetBinary().IsEmpty());
+    WriteArchive archive;
+    archive << std::uint8_t{0};
+    EXPECT_EQ(archive.GetBinary().GetSize(), 5U);
+}
+
+TEST(WriteArchive, GoesOnAfterItsResultWasTaken)
+{
+    WriteArchive archive;
+    archive << std::uint8_t{1};
+    const Binary first = archive.GetBinary();
+    archive << std::uint32_t{2};
+    EXPECT_EQ(first, Bytes("10 13 48 5B 01"));
+    EXPECT_EQ(archive.GetBinary(), Bytes("10 13 48 5B 01 000000 02000000"));
+    // What is reserved and not written is zero, in a block that was grown as in the first one.
+    for (int i = 0; i < 1000; ++i)
+        archive << ~std::uint64_t{0};
+    const unsigned char* const reserved = archive.StartWriting(5000, 1);
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(reserved), 5000), std::string(5000, '\0'));
+}
+
+TEST(WriteArchive, GrowsInFewStepsAndRefusesFourGigabytes)
+{
+    AllocationPlan::FailNth(0);
+    WriteArchive archive;
+    for (std::uint32_t i = 0; i < (64U << 20) / 4; ++i)
+        archive << i;
+    EXPECT_LT(AllocationPlan::Count(), 40U);
+    const std::uint32_t size = archive.GetBinary().GetSize();
+    EXPECT_EQ(size, (64U << 20) + 4);
+    EXPECT_THROW(archive.StartWriting(0xFFFFFFFF, 8), std::bad_alloc);
+    EXPECT_THROW(archive.Reserve(0xFFFFFFFF), std::bad_alloc);
+    EXPECT_EQ(archive.GetBinary().GetSize(), size) << "what was written is kept";
+}
+
+// The same items as three kinds of writers lay them down: this system's, one that aligns nothing, and one of
+// the other byte order, whose Binary lengths and texts are not turned.
+TEST(ReadArchive, TellsItsThreeFormatsApart)
+{
+    const char* const archives[] = {"10 13 48 5B  01 000000 02000000 0807060504030201 06000000 B0040000 6100 "
+                                    "6200 0000 0000 02000000 AABB",
+        "00 13 48 5B  01 02000000 0807060504030201 06000000 B0040000 6100 6200 0000 02000000 AABB",
+        "11 13 48 5B  01 000000 00000002 0102030405060708 00000006 000004B0 6100 6200 0000 0000 02000000 "
+        "AABB"};
+    for (const char* const bytes : archives) {
+        ReadArchive archive(Bytes(bytes));
+        std::uint8_t byte = 0;
+        std::uint32_t number = 0;
+        std::uint64_t large = 0;
+        WideString text;
+        Binary binary;
+        archive >> byte >> number >> large >> text >> binary;
+        EXPECT_EQ(byte, 1) << bytes;
+        EXPECT_EQ(number, 2U) << bytes;
+        EXPECT_EQ(large, 0x0102030405060708U) << bytes;
+        EXPECT_EQ(text, u"ab") << bytes;
+        EXPECT_EQ(binary, Bytes("AABB")) << bytes;
+        EXPECT_EQ(CodeOf([&] { archive >> byte; }), Error::badFormat) << "behind the end";
+    }
+}
+
+TEST(ReadArchive, RefusesWhatIsNoArchive)
+{
+    for (const char* const bytes : {"10", "10 13", "10 13 48", "12 13 48 5B", "5B 48 13 10 00"})
+        EXPECT_EQ(CodeOf([&] { ReadArchive{Bytes(bytes)}; }), Error::badFormat) << bytes;
+    std::uint8_t byte = 0;
+    std::uint64_t large = 0;
+    EXPECT_EQ(CodeOf([&] { ReadFrom(Binary(), byte); }), Error::badFormat);
+    EXPECT_EQ(CodeOf([&] { ReadFrom(Binary(), large); }), Error::badFormat);
+}
+
+TEST(ReadArchive, DoesNotMoveWhereAnItemIsCutOff)
+{
+    ReadArchive archive(Bytes("10 13 48 5B 01 02 03"));
+    std::uint32_t number = 9;
+    EXPECT_EQ(CodeOf([&] { archive >> number; }), Error::badFormat);
+    EXPECT_EQ(number, 9U);
+    std::uint8_t byte = 0;
+    archive >> byte;
+    EXPECT_EQ(byte, 1);
+}
+
+TEST(ReadArchive, EmptiesATargetForAnEmptyBinaryAndKeepsItsOwnBytes)
+{
+    const Binary bytes = Bytes("10 13 48 5B 00000000 01000000 AA");
+    Binary target = bytes;
+    ReadArchive archive(bytes);
+    archive >> target;
+    EXPECT_TRUE(target.IsEmpty());
+    target = bytes; // the archive's own block as the target
+    archive >> target;
+    EXPECT_EQ(target, Bytes("AA"));
+    Binary null;
+    ReadFrom(Bytes("10 13 48 5B 00000000"), null);
+    EXPECT_TRUE(null.IsEmpty());
+}
+
+TEST(ReadArchive, BelievesNoLengthThatIsNotThere)
+{
+    for (const char* const bytes :
+        {"10 13 48 5B FFFFFFFF AA", "10 13 48 5B FCFFFFFF AA", "10 13 48 5B 02000000 AA",
+            "10 13 48 5B 000000", "10 13 48 5B F0FFFFFF B0040000", "10 13 48 5B 00010000 B0040000 0000"}) {
+        AllocationPlan::FailNth(0);
+        Binary binary;
+        WideString text;
+        EXPECT_EQ(CodeOf([&] { ReadFrom(Bytes(bytes), binary); }), Error::badFormat) << bytes;
+        EXPECT_EQ(CodeOf([&] { ReadFrom(Bytes(bytes), text); }), Error::badFormat) << bytes;
+    }
+}
+
+TEST(ErrorArchive, IsLaidDownByteForByte)
+{
+    Error error;
+    error.AddLayer(Error::badFormat, u"abc", false);
+    WriteArchive archive;
+    archive << error;
+    EXPECT_EQ(archive.GetBinary(),
+        Bytes("10 13 48 5B  01 000000 02000000 00000000 00000000 FFFFFFFF 01000000"
+              "040021E7 08000000 B0040000 6100 6200 6300 0000"));
+    Error layerless;
+    layerless.SetDetails(u"details");
+    WriteArchive silent;
+    silent << layerless;
+    EXPECT_EQ(silent.GetBinary(), Bytes("10 13 48 5B 00"));
+}
+
+TEST(ErrorArchive, GivesBackAllThatAnErrorHolds)
+{
+    const Error written = SampleError();
+    WriteArchive archive;
+    archive << written << Error() << std::uint8_t{9};
+    Error read;
+    read.AddLayer(5, u"goes away", false);
+    const Error other = read;
+    Error none = SampleError();
+    std::uint8_t behind = 0;
+    ReadFrom(archive.GetBinary(), read, none, behind);
+    EXPECT_EQ(behind, 9);
+    EXPECT_EQ(other.GetLayerText(0), u"goes away");
+    EXPECT_EQ(none.GetLayerCount(), 0U);
+    ASSERT_EQ(read.GetLayerCount(), 3U);
+    for (std::uint32_t i = 0; i < 3; ++i) {
+        EXPECT_EQ(read.GetLayerCode(i), written.GetLayerCode(i));
+        EXPECT_EQ(read.GetLayerText(i), written.GetLayerText(i));
+    }
+    EXPECT_EQ(read.Format(), written.Format()) << "shown layer and details";
+}
+
+// Codes and texts stay as stored: nothing is filled in, and the code that asks for the layer below remains.
+// Opaque bytes attached to an error travel on; a shown layer beyond the layers counts as none.
+TEST(ErrorArchive, IsReadPastAddLayer)
+{
+    const Binary stored =
+        Bytes("10 13 48 5B  01 000000 02000000 03000000 AABBCC 00 00000000 05000000 02000000"
+              "040021E7 00000000  000021E7 00000000");
+    Error error;
+    ReadFrom(stored, error);
+    EXPECT_EQ(error.GetLayerCode(0), Error::sameCode);
+    EXPECT_TRUE(error.GetLayerText(0).IsEmpty());
+    EXPECT_TRUE(error.GetLayerText(1).IsEmpty());
+    EXPECT_EQ(error.Format(), u"e7210000");
+    WriteArchive again;
+    again << error;
+    EXPECT_EQ(again.GetBinary(), stored);
+    Error silent;
+    ReadFrom(Bytes("10 13 48 5B 01 000000 02000000 00000000 04000000 B0040000 6400 0000 FFFFFFFF 01000000"
+                   "00000000 00000000"),
+        silent);
+    EXPECT_EQ(silent.GetDetails(), u"d");
+    EXPECT_TRUE(silent.Format().IsEmpty());
+}
+
+TEST(ErrorArchive, RefusesAnotherVersionAndFalseCounts)
+{
+    for (const char* const bytes : {"10 13 48 5B 01 000000 03000000 00000000 00000000 FFFFFFFF 00000000",
+             "10 13 48 5B 01 000000 02000000 00000000 00000000 FFFFFFFF FFFFFFFF",
+             "10 13 48 5B 01 000000 02000000 00000000 00000000 FFFFFFFF 02000000 01000000 00000000"}) {
+        Error error;
+        EXPECT_EQ(CodeOf([&] { ReadFrom(Bytes(bytes), error); }), Error::badFormat) << bytes;
+    }
+}
+
+TEST(ErrorArchive, CutOffAnywhereFailsAndLeavesAUsableError)
+{
+    WriteArchive archive;
+    archive << SampleError();
+    const Binary whole = archive.GetBinary();
+    for (std::uint32_t size = 1; size < whole.GetSize(); ++size) {
+        Error error;
+        EXPECT_EQ(CodeOf([&] { ReadFrom(Binary(whole.GetData(), size), error); }), Error::badFormat) << size;
+        error.AddLayer(1, u"on top", false);
+        EXPECT_EQ(error.GetLayerText(0), u"on top");
+    }
+}
+
+TEST(ErrorArchive, WithoutMemoryLeaksNothing)
+{
+    WriteArchive source;
+    source << SampleError() << Binary("bytes", 5);
+    const Binary stored = source.GetBinary();
+    const auto act = [&stored] {
+        Error error;
+        Binary binary;
+        ReadFrom(stored, error, binary);
+        WriteArchive archive;
+        archive << error << binary;
+        return archive.GetBinary() == stored;
+    };
+    AllocationPlan::FailNth(0);
+    EXPECT_TRUE(act());
+    const unsigned all = AllocationPlan::Count();
+    const long before = AllocationPlan::Living();
+    for (unsigned n = 1; n <= all; ++n) {
+        AllocationPlan::FailNth(n);
+        try {
+            act();
+            ADD_FAILURE() << "allocation " << n << " failed unseen";
+        } catch (const std::bad_alloc&) {
+        } catch (const Error& error) {
+            EXPECT_EQ(error.GetLayerCode(0), Error::badFormat) << "allocation " << n;
+        }
+        AllocationPlan::FailNth(0);
+        EXPECT_EQ(AllocationPlan::Living(), before) << "allocation " << n;
+    }
+}
+
+} // namespace

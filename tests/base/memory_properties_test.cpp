@@ -1,0 +1,198 @@
+#include "platform/text.h"
+#include "tests/base/bytes.h"
+#include <tessel/base/memory_properties.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <random>
+#include <thread>
+
+namespace {
+
+using Type = Properties::PropertyType;
+
+WideString MessageOf(const std::function<void()>& act)
+{
+    try {
+        act();
+    } catch (const Error& error) {
+        return error.Format();
+    }
+    return u"nothing thrown";
+}
+
+TEST(MemoryProperties, KeepTheFirstFormOfANameAndTheLastValue)
+{
+    MemoryProperties bag;
+    bag.SetNumber(u"größe", 1);
+    bag.SetString(u"GRÖßE", u"second");
+    EXPECT_EQ(bag.EnumProperties(), std::vector<WideString>{u"größe"});
+    EXPECT_EQ(bag.GetString(u"Größe"), u"second");
+    EXPECT_EQ(bag.GetType(u"größe"), Type::string);
+}
+
+TEST(MemoryProperties, TellWhatWasAskedForAndWhatWasFound)
+{
+    MemoryProperties bag;
+    const MemoryProperties null;
+    bag.SetNumber(u"n", 1);
+    bag.SetHandle(u"h", Handle{1});
+    const struct {
+        std::function<void()> act;
+        const char16_t* token;
+    } cases[] = {{[&] { static_cast<void>(null.GetNumber(u"x")); }, u"MPR-not-found(x:1)"},
+        {[&] { static_cast<void>(bag.GetString(u"X")); }, u"MPR-not-found(X:2)"},
+        {[&] { static_cast<void>(bag.GetBinary(u"")); }, u"MPR-not-found(:3)"},
+        {[&] { static_cast<void>(bag.GetHandle(u"x")); }, u"MPR-not-found(x:5)"},
+        {[&] { static_cast<void>(bag.GetNumber(u"h")); }, u"MPR-bad-type(h:1 5)"},
+        {[&] { static_cast<void>(bag.GetString(u"N")); }, u"MPR-bad-type(N:2 1)"},
+        {[&] { static_cast<void>(bag.GetBinary(u"n")); }, u"MPR-bad-type(n:3 1)"},
+        {[&] { static_cast<void>(bag.GetHandle(u"n")); }, u"MPR-bad-type(n:5 1)"}};
+    for (const auto& c : cases) {
+        WideString expected;
+        expected.Printf(u"An internal error occured (tessel: %s).", c.token);
+        EXPECT_EQ(MessageOf(c.act), expected);
+    }
+}
+
+TEST(MemoryProperties, GiveTheDefaultForWhatIsMissingOrOfAnotherType)
+{
+    MemoryProperties bag;
+    bag.SetNumber(u"n", 1);
+    for (const char16_t* const name : {u"n", u"missing"}) {
+        EXPECT_EQ(bag.GetString(name, u"default"), u"default");
+        EXPECT_EQ(bag.GetBinary(name, Bytes("AA")), Bytes("AA"));
+        EXPECT_EQ(bag.GetHandle(name, Handle{3}), Handle{3});
+    }
+    EXPECT_EQ(bag.GetNumber(u"missing", 4), 4U);
+    EXPECT_EQ(bag.GetNumber(u"N", 4), 1U);
+    EXPECT_EQ(MemoryProperties().GetNumber(u"n", 4), 4U);
+}
+
+TEST(MemoryProperties, EmptyOnesDoNothing)
+{
+    MemoryProperties bag;
+    bag.Delete(u"n");
+    bag.Clear();
+    EXPECT_TRUE(bag.EnumProperties().empty());
+    EXPECT_EQ(bag.GetType(u"n"), Type::none);
+    bag.SetNumber(u"n", 1);
+    const MemoryProperties other = bag;
+    bag.Clear();
+    EXPECT_EQ(bag.GetType(u"n"), Type::none);
+    EXPECT_EQ(other.GetNumber(u"n"), 1U);
+}
+
+// The judge is a std::map with the platform's comparison, through long random histories of bags that are
+// copied, changed and dropped in between.
+struct LessBlind {
+    bool operator()(const WideString& left, const WideString& right) const
+    {
+        return Platform::_wcsicmp(left.c_str(), right.c_str()) < 0;
+    }
+};
+using Model = std::map<WideString, std::uint32_t, LessBlind>;
+
+class Names {
+public:
+    explicit Names(unsigned seed) : random(seed) { }
+
+    // Few letters and short names, so that they meet; signs between the two alphabets, where order depends on
+    // the direction of folding; pairs outside ASCII, and letters that only look like one half of a pair.
+    WideString Next()
+    {
+        constexpr std::u16string_view letters = u"aAbBzZ_[@09éÉßÿŸıIſKkÅåДд";
+        std::u16string name(random() % 3 == 0 ? u"Setting" : u"");
+        for (unsigned left = random() % 7; left > 0; --left)
+            name += letters[random() % letters.size()];
+        return name.c_str();
+    }
+    unsigned Below(unsigned limit) { return static_cast<unsigned>(random() % limit); }
+
+private:
+    std::mt19937 random;
+};
+
+void ExpectSame(const MemoryProperties& bag, const Model& model)
+{
+    const std::vector<WideString> names = bag.EnumProperties();
+    ASSERT_EQ(names.size(), model.size());
+    auto expected = model.begin();
+    for (const WideString& name : names) {
+        ASSERT_EQ(name, expected->first) << "order, and the first form";
+        ASSERT_EQ(bag.GetNumber(name), expected->second);
+        ++expected;
+    }
+}
+
+TEST(MemoryProperties, AreAnOrderedMapThatIsCopiedOnWriting)
+{
+    for (unsigned seed = 1; seed <= 6; ++seed) {
+        Names names(seed);
+        std::vector<std::pair<MemoryProperties, Model>> bags(3);
+        for (std::uint32_t step = 0; step < 6000; ++step) {
+            auto& [bag, model] = bags[names.Below(3)];
+            const WideString name = names.Next();
+            const unsigned choice = names.Below(seed % 2 == 0 ? 5000 : 100);
+            if (choice == 0)
+                bags[names.Below(3)] = bags[names.Below(3)];
+            else if (choice == 1 && step % 7 == 0)
+                bag.Clear(), model.clear();
+            else if (choice % 3 == 1)
+                bag.Delete(name), model.erase(name);
+            else
+                bag.SetNumber(name, step), model[name] = step;
+            ASSERT_EQ(bag.GetNumber(name, 0), model.contains(name) ? model[name] : 0);
+        }
+        for (const auto& [bag, model] : bags)
+            ExpectSame(bag, model);
+    }
+}
+
+TEST(MemoryProperties, TakeNamesInAnyOrderOfArrival)
+{
+    std::vector<WideString> names;
+    for (unsigned i = 0; i < 3000; ++i) {
+        WideString name;
+        name.Printf(u"Name%05u", i);
+        names.push_back(name);
+    }
+    const std::vector<WideString> sorted = names;
+    const auto build = [&sorted](const std::vector<WideString>& order) {
+        MemoryProperties bag;
+        for (const WideString& name : order)
+            bag.SetNumber(name, 1);
+        EXPECT_EQ(bag.EnumProperties(), sorted);
+    };
+    build(names);
+    std::reverse(names.begin(), names.end());
+    build(names);
+    std::shuffle(names.begin(), names.end(), std::mt19937(1));
+    build(names);
+}
+
+TEST(MemoryProperties, ShareContentsBetweenThreads)
+{
+    MemoryProperties bag;
+    for (std::uint32_t i = 0; i < 200; ++i)
+        bag.SetNumber((WideString(u"n") + WideString(std::to_string(i).c_str())), i);
+    const Binary expected = bag.Export();
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&expected, mine = bag]() mutable {
+            for (std::uint32_t i = 0; i < 200; ++i) {
+                MemoryProperties copy = mine;
+                EXPECT_EQ(copy.Export(), expected);
+                copy.SetNumber(u"n7", 8);
+                copy.Delete(u"n8");
+                EXPECT_EQ(mine.GetNumber(u"n7"), 7U);
+            }
+        });
+    bag.Clear();
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
+} // namespace

@@ -1,0 +1,199 @@
+#include "tests/allocation_plan.h"
+#include "tests/base/bytes.h"
+#include <tessel/base/memory_properties.h>
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace {
+
+// A bag like any other one: everything goes through the virtual operations.
+class OtherBag : public MemoryProperties { };
+
+const Handle sampleHandle{0x1122334455667788};
+
+MemoryProperties Sample()
+{
+    MemoryProperties bag;
+    bag.SetBinary(u"Key", Bytes("AABBCC"));
+    bag.SetNumber(u"Age", 7);
+    bag.SetHandle(u"Hnd", sampleHandle);
+    return bag;
+}
+
+const Binary& SampleExport()
+{
+    static const Binary bytes =
+        Bytes("10 13 48 5B  01000080 03000000  08000000 B0040000 4100 6700 6500 0000 01000000 07000000"
+              "08000000 B0040000 4800 6E00 6400 0000 05000000 00000000 8877665544332211"
+              "08000000 B0040000 4B00 6500 7900 0000 03000000 03000000 AABBCC");
+    return bytes;
+}
+
+std::u16string NamesOf(const Properties& bag)
+{
+    std::u16string names;
+    for (const WideString& name : bag.EnumProperties())
+        names.append(name.c_str()).append(u" ");
+    return names;
+}
+
+TEST(Properties, ExportByteForByteFromAnyBag)
+{
+    EXPECT_EQ(SampleExport().GetSize(), 95U);
+    EXPECT_EQ(Sample().Export(), SampleExport());
+    OtherBag other;
+    other.Merge(Sample(), {}, true);
+    EXPECT_EQ(other.Export(), SampleExport());
+    EXPECT_TRUE(MemoryProperties().Export().IsEmpty());
+    EXPECT_TRUE(OtherBag().Export().IsEmpty());
+}
+
+TEST(Properties, ImportAddsToWhatIsThere)
+{
+    MemoryProperties bag;
+    bag.SetString(u"age", u"old");
+    bag.SetNumber(u"Other", 1);
+    bag.Import(Binary());
+    EXPECT_EQ(NamesOf(bag), u"age Other ");
+    bag.Import(SampleExport());
+    EXPECT_EQ(NamesOf(bag), u"age Hnd Key Other ");
+    EXPECT_EQ(bag.GetNumber(u"AGE"), 7U);
+    EXPECT_EQ(bag.GetHandle(u"Hnd"), sampleHandle);
+    EXPECT_EQ(bag.GetBinary(u"Key"), Bytes("AABBCC"));
+}
+
+TEST(Properties, ImportKeepsWhatWasReadBeforeAFailure)
+{
+    const struct {
+        const char* bytes;
+        const char16_t* names;
+    } cases[] = {{"10 13 48 5B", u""}, {"10 13 48 5B 02000080 00000000", u""},
+        {"10 13 48 5B 01000080 FFFFFFFF", u""},
+        {"10 13 48 5B 01000080 02000000 04000000 B0040000 6100 0000 01000000 07000000", u"a "},
+        // types that no bag has: none, a face, and beyond all of them
+        {"10 13 48 5B 01000080 01000000 04000000 B0040000 6100 0000 00000000", u""},
+        {"10 13 48 5B 01000080 01000000 04000000 B0040000 6100 0000 04000000", u""},
+        {"10 13 48 5B 01000080 02000000 04000000 B0040000 6100 0000 01000000 07000000"
+         "04000000 B0040000 6200 0000 06000000",
+            u"a "}};
+    for (const auto& c : cases) {
+        MemoryProperties bag;
+        try {
+            bag.Import(Bytes(c.bytes));
+            ADD_FAILURE() << c.bytes;
+        } catch (const Error& error) {
+            EXPECT_EQ(error.GetLayerCode(0), Error::badFormat) << c.bytes;
+        }
+        EXPECT_EQ(NamesOf(bag), c.names) << c.bytes;
+    }
+}
+
+TEST(Properties, MergeComparesNamesExactly)
+{
+    const struct {
+        std::vector<WideString> names;
+        bool exclude;
+        const char16_t* expected;
+    } cases[] = {{{}, true, u"Age Hnd Key Own "}, {{}, false, u"Own "}, {{u"Age"}, true, u"Hnd Key Own "},
+        {{u"age"}, true, u"Age Hnd Key Own "}, {{u"Key", u"Age", u"None"}, false, u"Age Key Own "},
+        {{u"KEY"}, false, u"Own "}};
+    for (const auto& c : cases) {
+        MemoryProperties bag;
+        bag.SetNumber(u"Own", 1);
+        bag.Merge(Sample(), c.names, c.exclude);
+        EXPECT_EQ(NamesOf(bag), c.expected);
+        bag.Merge(bag, {}, true);
+        EXPECT_EQ(NamesOf(bag), c.expected) << "itself";
+    }
+}
+
+TEST(Properties, IsSubsetOfComparesTypesAndValues)
+{
+    const auto with = [](const std::function<void(MemoryProperties&)>& change) {
+        MemoryProperties bag = Sample();
+        bag.SetString(u"Text", u"Straße");
+        change(bag);
+        return bag;
+    };
+    const MemoryProperties bag = with([](MemoryProperties&) {});
+    const struct {
+        MemoryProperties other;
+        bool sensitive, insensitive;
+    } cases[] = {{with([](auto& b) { b.SetNumber(u"More", 1); }), true, true},
+        {with([](auto& b) { b.SetString(u"Text", u"STRAßE"); }), false, true},
+        {with([](auto& b) { b.SetString(u"Text", u"Strasse"); }), false, false},
+        {with([](auto& b) { b.SetNumber(u"Age", 8); }), false, false},
+        {with([](auto& b) { b.SetString(u"Age", u"7"); }), false, false},
+        {with([](auto& b) { b.SetBinary(u"Key", Bytes("AABB")); }), false, false},
+        {with([](auto& b) { b.SetBinary(u"Key", Bytes("AABBCD")); }), false, false},
+        {with([](auto& b) { b.SetHandle(u"Hnd", Handle{0x0122334455667788}); }), false, false},
+        {with([](auto& b) { b.Delete(u"Hnd"); }), false, false}, {MemoryProperties(), false, false}};
+    for (const auto& c : cases) {
+        EXPECT_EQ(bag.IsSubsetOf(c.other, true), c.sensitive) << ::testing::PrintToString(c.other.Export());
+        EXPECT_EQ(bag.IsSubsetOf(c.other, false), c.insensitive)
+            << ::testing::PrintToString(c.other.Export());
+    }
+    EXPECT_TRUE(MemoryProperties().IsSubsetOf(bag, true));
+}
+
+// Whatever becomes of an archive on its way: it is refused, or it is read and what was read travels well.
+TEST(Properties, SurviveEveryCutAndEveryChangedByte)
+{
+    MemoryProperties bag = Sample();
+    bag.SetString(u"Text", u"a text");
+    bag.SetBinary(u"Nothing", Binary());
+    const Binary whole = bag.Export();
+    const auto check = [](const Binary& hostile) {
+        MemoryProperties read;
+        try {
+            read.Import(hostile);
+        } catch (const Error& error) {
+            EXPECT_EQ(error.GetLayerCode(0), Error::badFormat);
+        }
+        MemoryProperties again;
+        again.Import(read.Export());
+        EXPECT_TRUE(read.IsSubsetOf(again, true) && again.IsSubsetOf(read, true));
+        return read.EnumProperties().size();
+    };
+    for (std::uint32_t size = 0; size < whole.GetSize(); ++size)
+        EXPECT_LT(check(Binary(whole.GetData(), size)), 5U) << size;
+    for (std::uint32_t at = 0; at < whole.GetSize(); ++at)
+        for (const unsigned char change : {0x01, 0x04, 0x10, 0x80, 0xFF}) {
+            Binary changed = whole;
+            changed.GetWritableData()[at] ^= change;
+            EXPECT_LE(check(changed), 5U) << at;
+        }
+}
+
+TEST(Properties, WithoutMemoryLeakNothingAndStayUsable)
+{
+    const Binary& stored = SampleExport();
+    for (unsigned n = 1;; ++n) {
+        MemoryProperties bag;
+        const long before = AllocationPlan::Living();
+        AllocationPlan::FailNth(n);
+        try {
+            bag.Import(stored);
+            const MemoryProperties shared = bag;
+            bag.SetString(u"Text", u"text");
+            bag.Delete(u"Age");
+            MemoryProperties(bag).Merge(shared, {}, true);
+            static_cast<void>(bag.Export());
+        } catch (const std::bad_alloc&) {
+        } catch (const Error& error) {
+            EXPECT_EQ(error.GetLayerCode(0), Error::badFormat) << "allocation " << n;
+        }
+        const bool reached = AllocationPlan::Count() >= n;
+        AllocationPlan::FailNth(0);
+        bag.Clear();
+        EXPECT_EQ(AllocationPlan::Living(), before) << "allocation " << n;
+        bag.Import(stored);
+        EXPECT_EQ(bag.Export(), stored);
+        if (!reached)
+            break;
+    }
+}
+
+} // namespace
