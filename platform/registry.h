@@ -62,8 +62,8 @@ constexpr std::uint32_t REG_OPENED_EXISTING_KEY = 2;
 // Opens the key at `path` below `key` (`key` itself once more if the path is null or empty). The caller
 // closes *opened, which is NULL_HANDLE on failure. ERROR_FILE_NOT_FOUND if there is no such key; that the
 // hive itself was never written is the same.
-std::uint32_t RegOpenKeyExW(Handle key, const char16_t* path, std::uint32_t options, std::uint32_t access,
-    Handle* opened) noexcept;
+std::uint32_t RegOpenKeyExW(
+    Handle key, const char16_t* path, std::uint32_t options, std::uint32_t access, Handle* opened) noexcept;
 
 // The same, but makes what is missing of the path; levels that it made stay if a later one fails.
 // `disposition` (may be null) tells whether the last level was made. `options` is 0. A `key` below which
@@ -87,8 +87,8 @@ std::uint32_t RegDeleteKeyW(Handle key, const char16_t* path) noexcept;
 // with one exception: `data` needs `bytes`, which holds the room there in bytes. *bytes becomes the size of
 // the value also where it is larger than the room: then ERROR_MORE_DATA if there is a `data`, whose content
 // means nothing after any failure. ERROR_FILE_NOT_FOUND if there is no such value. Needs KEY_QUERY_VALUE.
-std::uint32_t RegQueryValueExW(Handle key, const char16_t* name, std::uint32_t* reserved,
-    std::uint32_t* type, void* data, std::uint32_t* bytes) noexcept;
+std::uint32_t RegQueryValueExW(Handle key, const char16_t* name, std::uint32_t* reserved, std::uint32_t* type,
+    void* data, std::uint32_t* bytes) noexcept;
 
 // Makes the value or replaces its type and bytes. A value that is there keeps its name as first written.
 // A null `data` needs a size of 0. After a failure the value is what it was. Needs KEY_SET_VALUE.

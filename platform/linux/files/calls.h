@@ -4,6 +4,7 @@
 
 #include "platform/linux/seam.h"
 
+#include <cstdio>
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>

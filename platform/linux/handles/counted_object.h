@@ -8,7 +8,7 @@
 
 namespace Platform {
 
-enum class ObjectKind : std::uint32_t { File, Find, Event, Mutex, Thread };
+enum class ObjectKind : std::uint32_t { File, Find, Event, Mutex, Thread, Key };
 
 // The base of all objects behind handles. Made with one reference, destroyed with the last one, by
 // whichever thread drops it; so a destructor takes no lock that a caller could hold.

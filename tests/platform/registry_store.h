@@ -1,0 +1,108 @@
+// A registry of a test's own, and short forms of the operations on it.
+#pragma once
+
+#include "platform/errors.h"
+#include "platform/registry.h"
+#include "tests/platform/temporary_folder.h"
+
+#include <optional>
+#include <vector>
+
+// Holds both hives for this process and its children.
+class TemporaryRegistry : public TemporaryFolder {
+public:
+    TemporaryRegistry() { ::setenv("TESSEL_REGISTRY", Path().c_str(), 1); }
+};
+
+class Key {
+public:
+    // Makes the key if it is not there.
+    explicit Key(const std::u16string& path, Platform::Handle root = Platform::HKEY_CURRENT_USER)
+    {
+        EXPECT_EQ(Platform::RegCreateKeyExW(root, path.c_str(), 0, nullptr, 0,
+                      Platform::KEY_READ | Platform::KEY_WRITE, nullptr, &handle, nullptr),
+            0U);
+    }
+    explicit Key(Platform::Handle opened) : handle(opened) { }
+    ~Key() { Platform::RegCloseKey(handle); }
+    Key(const Key&) = delete;
+    Key& operator=(const Key&) = delete;
+
+    operator Platform::Handle() const { return handle; }
+
+    std::uint32_t Set(const std::u16string& name, const std::string& bytes, std::uint32_t type = 3) const
+    {
+        return Platform::RegSetValueExW(
+            handle, name.c_str(), 0, type, bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+    }
+    std::uint32_t Delete(const std::u16string& name) const
+    {
+        return Platform::RegDeleteValueW(handle, name.c_str());
+    }
+    // The code of a query for the type alone.
+    std::uint32_t Ask(const std::u16string& name) const
+    {
+        return Platform::RegQueryValueExW(handle, name.c_str(), nullptr, nullptr, nullptr, nullptr);
+    }
+    std::optional<std::string> Get(const std::u16string& name, std::uint32_t* type = nullptr) const
+    {
+        std::uint32_t size = 0;
+        if (Platform::RegQueryValueExW(handle, name.c_str(), nullptr, type, nullptr, &size) != 0)
+            return std::nullopt;
+        std::string bytes(size, '\0');
+        const std::uint32_t code =
+            Platform::RegQueryValueExW(handle, name.c_str(), nullptr, type, bytes.data(), &size);
+        return code == 0 && size == bytes.size() ? std::optional(bytes) : std::nullopt;
+    }
+
+    std::vector<std::u16string> Values() const
+    {
+        return Enumerate([this](std::uint32_t index, char16_t* name, std::uint32_t* chars) {
+            return Platform::RegEnumValueW(handle, index, name, chars, nullptr, nullptr, nullptr, nullptr);
+        });
+    }
+    std::vector<std::u16string> Subkeys() const
+    {
+        return Enumerate([this](std::uint32_t index, char16_t* name, std::uint32_t* chars) {
+            return Platform::RegEnumKeyExW(handle, index, name, chars, nullptr, nullptr, nullptr, nullptr);
+        });
+    }
+
+private:
+    template <class Next>
+    static std::vector<std::u16string> Enumerate(Next next)
+    {
+        std::vector<std::u16string> names;
+        for (std::uint32_t index = 0;; ++index) {
+            std::u16string name(16384, u'\0');
+            std::uint32_t chars = 16384;
+            const std::uint32_t code = next(index, name.data(), &chars);
+            if (code != 0) {
+                EXPECT_EQ(code, Platform::ERROR_NO_MORE_ITEMS);
+                return names;
+            }
+            name.resize(chars);
+            names.push_back(name);
+        }
+    }
+
+    Platform::Handle handle = Platform::NULL_HANDLE;
+};
+
+inline std::uint32_t OpenCode(
+    Platform::Handle root, const std::u16string& path, std::uint32_t access = Platform::KEY_READ)
+{
+    Platform::Handle opened;
+    const std::uint32_t code = Platform::RegOpenKeyExW(root, path.c_str(), 0, access, &opened);
+    if (code == 0)
+        Platform::RegCloseKey(opened);
+    return code;
+}
+
+inline std::u16string Numbered(const char16_t* text, unsigned number)
+{
+    std::u16string name(text);
+    for (const char digit : std::to_string(number))
+        name += static_cast<char16_t>(digit);
+    return name;
+}
