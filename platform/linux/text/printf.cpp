@@ -186,7 +186,8 @@ std::size_t WholeCharacters(const char* text, std::size_t length) noexcept
         if (Utf::IsContinuation(bytes[last]))
             continue;
         const Utf::Character character = Utf::Decode(bytes + last, length - last);
-        const bool isPart = !character.valid && bytes[last] >= 0xC2 && last + character.length == length;
+        const bool isLead = bytes[last] >= 0xC2 && bytes[last] <= 0xF4;
+        const bool isPart = isLead && !character.valid && last + character.length == length;
         return isPart ? last : length;
     }
     return length;

@@ -3,6 +3,7 @@
 #include "platform/errors.h"
 #include "platform/kernel.h"
 #include "platform/modules.h"
+
 #include <cstddef>
 #include <initializer_list>
 

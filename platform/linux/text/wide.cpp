@@ -3,7 +3,8 @@
 // A terminated text says nothing about the memory behind its terminator, so the loops below read only
 // blocks of which at least one byte is known to belong to the text and which never reach into another
 // page: memory is mapped by the page, so that such a read cannot fault. AddressSanitizer knows finer
-// bounds than the processor and is told to look away in those functions only.
+// bounds than the processor, and ThreadSanitizer takes the bytes beside the text for used: both are told to
+// look away in those functions only.
 #include "platform/text.h"
 
 #include <bit>
@@ -31,7 +32,7 @@ inline unsigned Hits(__m128i block, __m128i sought) noexcept
 }
 
 // The first char that is 0 or `sought`.
-__attribute__((no_sanitize("address"))) const char16_t* FindOrEnd(
+__attribute__((no_sanitize("address", "thread"))) const char16_t* FindOrEnd(
     const char16_t* text, char16_t sought) noexcept
 {
     const __m128i wanted = _mm_set1_epi16(static_cast<short>(sought));
@@ -53,7 +54,7 @@ inline bool BlockStaysInPage(const char16_t* text) noexcept
 }
 
 // How many chars at the start are equal and not the terminator; whole blocks, so it may fall short.
-__attribute__((no_sanitize("address"))) std::ptrdiff_t EqualBlocks(
+__attribute__((no_sanitize("address", "thread"))) std::ptrdiff_t EqualBlocks(
     const char16_t* left, const char16_t* right) noexcept
 {
     std::ptrdiff_t equal = 0;

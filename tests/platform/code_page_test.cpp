@@ -1,0 +1,191 @@
+#include "platform/errors.h"
+#include "platform/kernel.h"
+#include "platform/linux/seam.h"
+#include "platform/text.h"
+
+#include <gtest/gtest.h>
+#include <iconv.h>
+
+#include <cerrno>
+#include <climits>
+#include <string>
+
+using namespace Platform;
+using namespace std::string_literals;
+
+namespace {
+
+std::u16string ToWide(std::uint32_t codePage, const std::string& text)
+{
+    const int bytes = static_cast<int>(text.size());
+    const int chars = MultiByteToWideChar(codePage, 0, text.data(), bytes, nullptr, 0);
+    std::u16string wide(static_cast<std::size_t>(chars), u'\0');
+    EXPECT_EQ(MultiByteToWideChar(codePage, 0, text.data(), bytes, wide.data(), chars), chars);
+    return wide;
+}
+
+std::string ToBytes(std::uint32_t codePage, const std::u16string& text)
+{
+    const int chars = static_cast<int>(text.size());
+    const int bytes = WideCharToMultiByte(codePage, 0, text.data(), chars, nullptr, 0);
+    std::string narrow(static_cast<std::size_t>(bytes), '\0');
+    EXPECT_EQ(WideCharToMultiByte(codePage, 0, text.data(), chars, narrow.data(), bytes), bytes);
+    return narrow;
+}
+
+// The C library's idea of a byte, with the unit that it puts back behind a shift; 0xFFFD for none.
+char16_t LibraryUnit(iconv_t descriptor, unsigned char byte)
+{
+    char* source = reinterpret_cast<char*>(&byte);
+    char16_t unit = 0xFFFD;
+    char* target = reinterpret_cast<char*>(&unit);
+    std::size_t sourceBytes = 1;
+    std::size_t room = sizeof(unit);
+    iconv(descriptor, &source, &sourceBytes, &target, &room);
+    iconv(descriptor, nullptr, nullptr, &target, &room);
+    return unit;
+}
+
+} // namespace
+
+TEST(CodePage, OfOneByteAgreesWithTheLibraryInEachByte)
+{
+    for (std::uint32_t page = 1250; page <= 1258; ++page) {
+        EXPECT_TRUE(IsValidCodePage(page));
+        const iconv_t descriptor = iconv_open("UTF-16LE", ("CP" + std::to_string(page)).c_str());
+        for (unsigned byte = 0; byte < 256; ++byte) {
+            const std::string text(1, static_cast<char>(byte));
+            const std::u16string wide = ToWide(page, text);
+            EXPECT_EQ(wide, std::u16string(1, LibraryUnit(descriptor, static_cast<unsigned char>(byte))))
+                << page << " " << byte;
+            EXPECT_EQ(ToBytes(page, wide), wide == u"\xFFFD" ? "?" : text) << page << " " << byte;
+        }
+        iconv_close(descriptor);
+    }
+}
+
+TEST(CodePage, IsFoundUnderTheSystemsNumber)
+{
+    const struct {
+        std::uint32_t page;
+        const char16_t* wide;
+        std::string bytes;
+    } cases[] = {
+        {0, u"a\xE9\x4E2D\xD83D\xDE00", "a\xC3\xA9\xE4\xB8\xAD\xF0\x9F\x98\x80"},
+        {65001, u"a\xE9", "a\xC3\xA9"},
+        {1252, u"\x20AC\xE9", "\x80\xE9"},
+        {437, u"\xE9", "\x82"},
+        {932, u"\x65E5\xFF71", "\x93\xFA\xB1"},
+        {936, u"\x4E2D", "\xD6\xD0"},
+        {949, u"\xD55C", "\xC7\xD1"},
+        {950, u"\x4E2D", "\xA4\xA4"},
+        {20127, u"a", "a"},
+        {20866, u"\x430", "\xC1"},
+        {28605, u"\x20AC", "\xA4"},
+        {50220, u"a\x65E5", "a\x1B$BF|\x1B(B"}, // it ends in the shift state in which it began
+        {54936, u"\xD83D\xDE00", "\x94\x39\xFC\x36"},
+        {37, u"A", "\xC1"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_TRUE(IsValidCodePage(c.page)) << c.page;
+        EXPECT_EQ(ToBytes(c.page, c.wide), c.bytes) << c.page;
+        EXPECT_TRUE(ToWide(c.page, c.bytes) == c.wide) << c.page;
+    }
+    for (const std::uint32_t page : {1U, 1200U, 1201U, 1249U, 1259U, 12000U, 99999U, UINT_MAX})
+        EXPECT_FALSE(IsValidCodePage(page)) << page;
+}
+
+TEST(CodePage, PutsAReplacementForWhatItLacks)
+{
+    const struct {
+        std::uint32_t page;
+        std::u16string wide;
+        const char* bytes;
+    } toBytes[] = {
+        {1252, u"\x4E2D\xD83D\xDE00x\xD83D", "??x?"}, // one for a pair, one for half of it
+        {932, u"\xE9\x65E5\xD83D\xDE00\xDE00", "?\x93\xFA??"},
+        {50220, u"\x65E5\xD55Cz", "\x1B$BF|\x1B(B?z"}, // in the shift state of ASCII
+        {65001, u"\xD83Dx\xDE00", "\xEF\xBF\xBDx\xEF\xBF\xBD"},
+    };
+    for (const auto& c : toBytes)
+        EXPECT_EQ(ToBytes(c.page, c.wide), c.bytes) << c.page;
+    EXPECT_TRUE(ToWide(1253, "a\xD2z") == u"a\xFFFDz");
+    EXPECT_TRUE(ToWide(932, "a\x93") == u"a\xFFFD"); // only the first of two bytes
+    EXPECT_TRUE(ToWide(65001, "a\xE4\xB8z") == u"a\xFFFDz");
+}
+
+TEST(CodePage, ConvertsTextsLongerThanItsOwnBlocks)
+{
+    for (const std::uint32_t page : {932U, 50220U, 54936U, 1251U, 65001U}) {
+        std::u16string wide;
+        for (int i = 0; i < 5000; ++i)
+            wide += i % 7 == 0 ? u"a" : u"\x434";
+        const std::string bytes = ToBytes(page, wide);
+        EXPECT_TRUE(ToWide(page, bytes) == wide) << page;
+        std::string room(bytes.size() - 1, '\0');
+        SetLastError(0);
+        EXPECT_EQ(
+            WideCharToMultiByte(page, 0, wide.data(), 5000, room.data(), static_cast<int>(room.size())), 0);
+        EXPECT_EQ(GetLastError(), ERROR_INSUFFICIENT_BUFFER) << page;
+    }
+}
+
+TEST(CodePage, CountsTheTerminatorOfATerminatedSource)
+{
+    char16_t wide[4];
+    EXPECT_EQ(MultiByteToWideChar(0, 0, "abc", -1, wide, 4), 4);
+    EXPECT_EQ(wide[3], u'\0');
+    char bytes[4];
+    EXPECT_EQ(WideCharToMultiByte(1252, 0, u"abc", -1, bytes, 4), 4);
+    EXPECT_EQ(bytes[3], '\0');
+    EXPECT_EQ(WideCharToMultiByte(932, 0, u"", -1, bytes, 4), 1);
+}
+
+TEST(CodePage, SaysWhyNothingWasConverted)
+{
+    char16_t wide[2];
+    const struct {
+        std::uint32_t page, flags;
+        const char* source;
+        int bytes;
+        char16_t* target;
+        int room;
+        std::uint32_t error;
+    } cases[] = {
+        {0, 0, "abc", 3, wide, 2, ERROR_INSUFFICIENT_BUFFER},
+        {1252, 0, "abc", 3, wide, 2, ERROR_INSUFFICIENT_BUFFER},
+        {932, 0, "abc", 3, wide, 2, ERROR_INSUFFICIENT_BUFFER},
+        {0, 0, "\xF0\x9F\x98\x80", 4, wide, 1, ERROR_INSUFFICIENT_BUFFER}, // no half of a pair
+        {0, MB_ERR_INVALID_CHARS, "a\xFF", 2, wide, 2, ERROR_NO_UNICODE_TRANSLATION},
+        {0, MB_ERR_INVALID_CHARS, "a\xFF", 2, nullptr, 0, ERROR_NO_UNICODE_TRANSLATION},
+        {1253, MB_ERR_INVALID_CHARS, "\xD2", 1, wide, 2, ERROR_NO_UNICODE_TRANSLATION},
+        {932, MB_ERR_INVALID_CHARS, "\x93", 1, wide, 2, ERROR_NO_UNICODE_TRANSLATION},
+        {0, 1, "a", 1, wide, 2, ERROR_INVALID_FLAGS},
+        {1200, 0, "a", 1, wide, 2, ERROR_INVALID_PARAMETER},
+        {0, 0, nullptr, 1, wide, 2, ERROR_INVALID_PARAMETER},
+        {0, 0, "a", 0, wide, 2, ERROR_INVALID_PARAMETER},
+        {0, 0, "a", 1, nullptr, 2, ERROR_INVALID_PARAMETER},
+        {0, 0, "a", 1, wide, -1, ERROR_INVALID_PARAMETER},
+    };
+    for (const auto& c : cases) {
+        SetLastError(0);
+        EXPECT_EQ(MultiByteToWideChar(c.page, c.flags, c.source, c.bytes, c.target, c.room), 0);
+        EXPECT_EQ(GetLastError(), c.error) << "code page " << c.page << ", bytes " << c.bytes;
+    }
+    char bytes[4];
+    for (const std::uint32_t page : {0U, 1252U, 932U}) {
+        EXPECT_EQ(WideCharToMultiByte(page, WC_ERR_INVALID_CHARS, u"\xD800", 1, bytes, 4), 0);
+        EXPECT_EQ(GetLastError(), ERROR_NO_UNICODE_TRANSLATION) << page;
+    }
+}
+
+#ifdef TESSEL_SEAMS
+TEST(CodePage, FailsWithoutMemoryForAConverter)
+{
+    char16_t wide[4];
+    Seam::FailNth(1, ENOMEM);
+    EXPECT_EQ(MultiByteToWideChar(932, 0, "abc", 3, wide, 4), 0);
+    EXPECT_EQ(GetLastError(), ERROR_NOT_ENOUGH_MEMORY);
+    EXPECT_EQ(MultiByteToWideChar(932, 0, "abc", 3, wide, 4), 3);
+}
+#endif

@@ -1,0 +1,80 @@
+#include "platform/errors.h"
+#include "platform/resources.h"
+#include "platform/text.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+using namespace Platform;
+
+namespace {
+
+Module LoadTestModule(const std::string& name)
+{
+    std::string path = std::string("C:") + TESSEL_TEST_MODULES + "/" + name;
+    std::replace(path.begin(), path.end(), '/', '\\');
+    return LoadLibraryExW(std::u16string(path.begin(), path.end()).c_str(), LOAD_WITH_ALTERED_SEARCH_PATH);
+}
+
+class StringTables : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_NE(module, NULL_MODULE);
+        SetLastError(7777); // found tables leave it
+    }
+    ~StringTables() override { FreeLibrary(module); }
+
+    Module module = LoadTestModule("texts.dll");
+};
+
+} // namespace
+
+TEST_F(StringTables, AreFoundInTheLanguageAskedFor)
+{
+    const StringTable* const german = FindResourceExW(module, RT_STRING, 2, 0x0407);
+    const char16_t* const strings = LockResource(LoadResource(module, german));
+    ASSERT_NE(strings, nullptr);
+    EXPECT_EQ(strings[0], 0); // id 16 is absent
+    EXPECT_EQ(std::u16string(strings + 2, strings[1]), u"zwei!");
+    EXPECT_EQ(FindResourceExW(module, RT_STRING, 3, 0x0409)->strings[0], 5);
+    EXPECT_EQ(GetLastError(), 7777U);
+}
+
+TEST_F(StringTables, AreFoundInAnyLanguageByPreference)
+{
+    EXPECT_EQ(FindResourceW(module, 2, RT_STRING)->language, 0);
+    EXPECT_EQ(FindResourceW(module, 3, RT_STRING)->language, 0x0409);
+    EXPECT_EQ(FindResourceW(module, 4, RT_STRING)->language, 0x0407);
+    EXPECT_EQ(GetLastError(), 7777U);
+}
+
+TEST_F(StringTables, AreMissedForAReason)
+{
+    const Module without = LoadTestModule("answering.dll");
+    const struct {
+        Module module;
+        std::uint32_t type, name;
+        std::uint16_t language;
+        std::uint32_t error;
+    } cases[] = {
+        {module, 5, 2, 0x0407, ERROR_RESOURCE_TYPE_NOT_FOUND},
+        {module, RT_STRING, 1, 0x0407, ERROR_RESOURCE_NAME_NOT_FOUND},
+        {module, RT_STRING, 0x10002, 0x0407, ERROR_RESOURCE_NAME_NOT_FOUND},
+        {module, RT_STRING, 2, 0x040C, ERROR_RESOURCE_LANG_NOT_FOUND},
+        {without, RT_STRING, 2, 0x0407, ERROR_RESOURCE_DATA_NOT_FOUND},
+        {NULL_MODULE, RT_STRING, 2, 0x0407, ERROR_RESOURCE_DATA_NOT_FOUND}, // this program
+        {Module{1}, RT_STRING, 2, 0x0407, ERROR_INVALID_HANDLE},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(FindResourceExW(c.module, c.type, c.name, c.language), nullptr);
+        EXPECT_EQ(GetLastError(), c.error);
+    }
+    EXPECT_EQ(FindResourceW(module, 1, RT_STRING), nullptr);
+    EXPECT_EQ(GetLastError(), ERROR_RESOURCE_NAME_NOT_FOUND);
+    EXPECT_EQ(LoadResource(module, nullptr), nullptr);
+    EXPECT_EQ(LockResource(nullptr), nullptr);
+    FreeLibrary(without);
+}

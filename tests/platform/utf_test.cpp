@@ -1,0 +1,306 @@
+#include "platform/linux/text/utf.h"
+#include "platform/text.h"
+
+#include <gtest/gtest.h>
+#include <iconv.h>
+
+#include <memory>
+#include <random>
+
+using namespace Platform;
+using namespace std::string_literals;
+
+namespace {
+
+// ---- The judge: well-formed sequences as the Unicode Standard lists them (table 3-7), one row a line.
+
+struct WellFormed {
+    unsigned char first[2];
+    int following;
+    unsigned char second[2];
+};
+constexpr WellFormed wellFormed[] = {
+    {{0x00, 0x7F}, 0, {}},
+    {{0xC2, 0xDF}, 1, {0x80, 0xBF}},
+    {{0xE0, 0xE0}, 2, {0xA0, 0xBF}},
+    {{0xE1, 0xEC}, 2, {0x80, 0xBF}},
+    {{0xED, 0xED}, 2, {0x80, 0x9F}},
+    {{0xEE, 0xEF}, 2, {0x80, 0xBF}},
+    {{0xF0, 0xF0}, 3, {0x90, 0xBF}},
+    {{0xF1, 0xF3}, 3, {0x80, 0xBF}},
+    {{0xF4, 0xF4}, 3, {0x80, 0x8F}},
+};
+
+// How many bytes from `place` on match the row, at most as many as it has.
+std::size_t Matching(const WellFormed& row, const std::string& text, std::size_t place)
+{
+    const auto isWithin = [&](std::size_t at, unsigned char low, unsigned char high) {
+        return at < text.size() && static_cast<unsigned char>(text[at]) >= low
+            && static_cast<unsigned char>(text[at]) <= high;
+    };
+    if (!isWithin(place, row.first[0], row.first[1]))
+        return 0;
+    std::size_t matching = 1;
+    for (int i = 1; i <= row.following; ++i, ++matching)
+        if (!isWithin(place + matching, i == 1 ? row.second[0] : 0x80, i == 1 ? row.second[1] : 0xBF))
+            break;
+    return matching;
+}
+
+std::u32string Decoded(const std::string& text)
+{
+    std::u32string codes;
+    for (std::size_t place = 0; place < text.size();) {
+        std::size_t longest = 1;
+        char32_t code = 0xFFFD;
+        for (const WellFormed& row : wellFormed) {
+            const std::size_t matching = Matching(row, text, place);
+            longest = std::max(longest, matching);
+            if (matching != static_cast<std::size_t>(row.following) + 1)
+                continue;
+            code =
+                static_cast<unsigned char>(text[place]) & (row.following == 0 ? 0x7F : 0x3F >> row.following);
+            for (int i = 1; i <= row.following; ++i)
+                code = code << 6 | (text[place + static_cast<std::size_t>(i)] & 0x3F);
+        }
+        codes += code;
+        place += longest;
+    }
+    return codes;
+}
+
+std::u32string Decoded(const std::u16string& text)
+{
+    std::u32string codes;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool isPair = text[i] >= 0xD800 && text[i] < 0xDC00 && i + 1 < text.size()
+            && text[i + 1] >= 0xDC00 && text[i + 1] < 0xE000;
+        const bool isHalf = text[i] >= 0xD800 && text[i] < 0xE000;
+        if (isPair)
+            codes += static_cast<char32_t>(0x10000 + (text[i] - 0xD800) * 0x400 + (text[i + 1] - 0xDC00));
+        else
+            codes += isHalf ? U'\xFFFD' : static_cast<char32_t>(text[i]);
+        i += isPair ? 1 : 0;
+    }
+    return codes;
+}
+
+// The C library's encoder, which knows nothing of what is invalid here.
+template <class Text>
+Text Encoded(const std::u32string& codes)
+{
+    static const iconv_t descriptor = iconv_open(sizeof(Text{}[0]) == 1 ? "UTF-8" : "UTF-16LE", "UTF-32LE");
+    Text text(4 * codes.size() + 1, 0);
+    char* source = const_cast<char*>(reinterpret_cast<const char*>(codes.data()));
+    char* target = reinterpret_cast<char*>(text.data());
+    std::size_t sourceBytes = 4 * codes.size();
+    std::size_t room = text.size() * sizeof(text[0]);
+    EXPECT_NE(iconv(descriptor, &source, &sourceBytes, &target, &room), static_cast<std::size_t>(-1));
+    text.resize(text.size() - room / sizeof(text[0]));
+    return text;
+}
+
+std::u16string Expected(const std::string& text)
+{
+    return Encoded<std::u16string>(Decoded(text));
+}
+std::string Expected(const std::u16string& text)
+{
+    return Encoded<std::string>(Decoded(text));
+}
+
+// ---- The code under test, on a source that ends where its memory ends
+
+Utf::Conversion Convert(
+    const char* source, std::size_t units, char16_t* target, std::size_t room, Utf::Road road)
+{
+    return Utf::ToUtf16(source, units, target, room, road);
+}
+Utf::Conversion Convert(
+    const char16_t* source, std::size_t units, char* target, std::size_t room, Utf::Road road)
+{
+    return Utf::ToUtf8(source, units, target, room, road);
+}
+Utf::Conversion Measure(const char* source, std::size_t units, Utf::Road road)
+{
+    return Utf::MeasureUtf16(source, units, road);
+}
+Utf::Conversion Measure(const char16_t* source, std::size_t units, Utf::Road road)
+{
+    return Utf::MeasureUtf8(source, units, road);
+}
+
+template <class Unit>
+std::string Readable(const std::basic_string<Unit>& text)
+{
+    std::string readable;
+    char unit[8];
+    for (const Unit u : text)
+        readable.append(
+            unit, static_cast<std::size_t>(std::snprintf(unit, sizeof(unit), "%02X ", u & 0xFFFF)));
+    return readable;
+}
+
+// Converts the text by both roads, into all the room that it needs, into more, and into less by so much.
+template <class To, class From>
+void ExpectConversion(const std::basic_string<From>& text, std::size_t less)
+{
+    const std::basic_string<To> expected = Expected(text);
+    const std::size_t rooms[] = {
+        expected.size(), expected.size() + 40, expected.size() - std::min(less, expected.size())};
+    const auto source = std::make_unique<From[]>(text.size());
+    std::copy(text.begin(), text.end(), source.get());
+    for (const Utf::Road road : {Utf::Road::Fastest, Utf::Road::Portable}) {
+        ASSERT_EQ(Measure(source.get(), text.size(), road).written, expected.size()) << Readable(text);
+        for (const std::size_t room : rooms) {
+            const auto target = std::make_unique<To[]>(room);
+            const Utf::Conversion done = Convert(source.get(), text.size(), target.get(), room, road);
+            ASSERT_EQ(expected.compare(0, done.written, target.get(), done.written), 0) << Readable(text);
+            ASSERT_EQ(done.read == text.size(), room >= expected.size()) << Readable(text);
+            if (room < expected.size()) { // what is left is what did not fit: the next character, whole
+                ASSERT_TRUE(Expected(text.substr(done.read)) == expected.substr(done.written))
+                    << Readable(text);
+                ASSERT_LT(room - done.written, 4U) << Readable(text);
+            }
+        }
+    }
+}
+
+constexpr char32_t edges[] = {0, 'a', 'z', 0x7F, 0x80, 0xE9, 0x3B1, 0x7FF, 0x800, 0x4E2D, 0xD7FF, 0xE000,
+    0xFFFD, 0xFFFF, 0x10000, 0x1F600, 0x10FFFF};
+
+// Characters mostly of one length, as in real text, with some of another.
+std::u32string RandomText(std::mt19937& random)
+{
+    const std::size_t first = random() % std::size(edges);
+    std::u32string text;
+    for (unsigned left = random() % 200; left > 0; --left)
+        text += edges[random() % 8 == 0 ? random() % std::size(edges)
+                                        : (first + random() % 3) % std::size(edges)];
+    return text;
+}
+
+// Spoils at most three units.
+template <class Unit, std::size_t count>
+void Spoil(std::basic_string<Unit>& text, const Unit (&units)[count], std::mt19937& random)
+{
+    for (unsigned left = random() % 4; left > 0 && !text.empty(); --left) {
+        const std::size_t place = random() % text.size();
+        switch (random() % 3) {
+        case 0:
+            text[place] = units[random() % count];
+            break;
+        case 1:
+            text.insert(place, 1, units[random() % count]);
+            break;
+        default:
+            text.erase(place, 1 + random() % 2);
+        }
+    }
+}
+
+} // namespace
+
+TEST(Utf8, KnowsEverySequenceOfUpToFourBytes)
+{
+    // Every byte at which a rule changes, in all orders, with and without text around.
+    constexpr unsigned char bytes[] = {0x00, 0x7F, 0x80, 0x8F, 0x90, 0x9F, 0xA0, 0xBF, 0xC0, 0xC1, 0xC2, 0xDF,
+        0xE0, 0xE1, 0xEC, 0xED, 0xEE, 0xEF, 0xF0, 0xF1, 0xF3, 0xF4, 0xF5, 0xFF};
+    std::string packed; // what only differs in its surroundings, in one long text
+    for (const unsigned char a : bytes)
+        for (const unsigned char b : bytes)
+            for (const unsigned char c : bytes)
+                for (const unsigned char d : bytes)
+                    packed.append({static_cast<char>(a), static_cast<char>(b), static_cast<char>(c),
+                        static_cast<char>(d), 'x', 'y', 'z'});
+    const std::u16string expected = Expected(packed);
+    for (const Utf::Road road : {Utf::Road::Fastest, Utf::Road::Portable}) {
+        std::u16string text(expected.size(), u'\0');
+        const Utf::Conversion done =
+            Utf::ToUtf16(packed.data(), packed.size(), text.data(), text.size(), road);
+        EXPECT_EQ(done.read, packed.size());
+        EXPECT_TRUE(done.replaced);
+        EXPECT_TRUE(text == expected);
+    }
+}
+
+TEST(Utf8, IsConvertedLikeByTheJudgeAtEveryPlaceOfABlock)
+{
+    const char* const sequences[] = {"\xC3\xA9", "\xE4\xB8\xAD", "\xF0\x9F\x98\x80", "\xC3", "\xE4\xB8",
+        "\xF0\x9F\x98", "\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xE0\x9F\xBF", "\xF0\x9F\x98\xC3\xA9",
+        "\xC0\xAF"};
+    for (const char* const around : {"a", "\xCE\xB1", "\xE4\xB8\xAD", "\xF0\x9F\x98\x80"})
+        for (const char* const sequence : sequences)
+            for (int before = 0; before < 70; ++before) {
+                std::string text;
+                for (int i = 0; i < before; ++i)
+                    text += around;
+                text += sequence;
+                ExpectConversion<char16_t>(text, 1);
+                ExpectConversion<char16_t>(text + around + around, 1);
+            }
+}
+
+TEST(Utf8, IsConvertedLikeByTheJudgeWhateverItHolds)
+{
+    constexpr char bytes[] = {'a', '\x80', '\xBF', '\xC3', '\xE4', '\xED', '\xF0', '\xF4', '\xFF', '\xA0'};
+    std::mt19937 random(1);
+    for (int i = 0; i < 5000; ++i) {
+        std::string text = Encoded<std::string>(RandomText(random));
+        Spoil(text, bytes, random);
+        ExpectConversion<char16_t>(text, 1 + random() % 80);
+    }
+}
+
+TEST(Utf16, IsConvertedLikeByTheJudgeWhateverItHolds)
+{
+    constexpr char16_t units[] = {u'a', 0xD800, 0xDBFF, 0xDC00, 0xDFFF, 0xE9, 0x4E2D};
+    std::mt19937 random(2);
+    for (int i = 0; i < 5000; ++i) {
+        std::u16string text = Encoded<std::u16string>(RandomText(random));
+        Spoil(text, units, random);
+        ExpectConversion<char>(text, 1 + random() % 80);
+    }
+}
+
+TEST(Utf, GivesEveryCharacterBack)
+{
+    std::u32string all;
+    for (char32_t code = 0; code <= 0x10FFFF; code += code == 0xD7FF ? 0x801 : 1)
+        all += code;
+    const std::u16string wide = Encoded<std::u16string>(all);
+    const std::string narrow = Encoded<std::string>(all);
+    std::u16string wideAgain(Utf8ToUtf16Length(narrow.data(), narrow.size()), u'\0');
+    std::string narrowAgain(Utf16ToUtf8Length(wide.data(), wide.size()), '\0');
+    Utf8ToUtf16(narrow.data(), narrow.size(), wideAgain.data(), wideAgain.size());
+    Utf16ToUtf8(wide.data(), wide.size(), narrowAgain.data(), narrowAgain.size());
+    EXPECT_TRUE(wideAgain == wide);
+    EXPECT_TRUE(narrowAgain == narrow);
+    EXPECT_EQ(_mbslen("a\xC3\xA9\xF0\x9F\x98\x80\xFF"), 5U); // the char and both halves, and U+FFFD
+}
+
+TEST(Utf, MakesRoomForExactlyTheWholeText)
+{
+    for (const std::u32string piece : {U"a", U"\xE9", U"\x4E2D", U"\x1F600", U"a\xE9\x4E2D\x1F600"})
+        for (const std::size_t times : {0U, 1U, 100U, 256U, 257U, 1000U}) {
+            std::u32string text = U"ascii ahead";
+            for (std::size_t i = 0; i < times; ++i)
+                text += piece;
+            const std::u16string wide = Encoded<std::u16string>(text);
+            const std::string narrow = Encoded<std::string>(text);
+            std::u16string wideAgain;
+            std::string narrowAgain;
+            const auto grow = [](auto& target) {
+                return [&target](std::size_t units, std::size_t kept) {
+                    auto larger = target;
+                    larger.assign(units, '?');
+                    std::copy_n(target.begin(), kept, larger.begin());
+                    target = larger;
+                    return target.data();
+                };
+            };
+            EXPECT_EQ(ConvertUtfWhole<char16_t>(narrow.data(), narrow.size(), grow(wideAgain)), wide.size());
+            EXPECT_EQ(ConvertUtfWhole<char>(wide.data(), wide.size(), grow(narrowAgain)), narrow.size());
+            EXPECT_TRUE(wideAgain == wide && narrowAgain == narrow) << narrow;
+        }
+}
