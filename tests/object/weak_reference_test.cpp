@@ -98,11 +98,14 @@ public:
     int Name() override { return made; }
     void OnFirstReference()
     {
-        if (failing)
-            throw 1;
+        if (!failing)
+            return;
+        escaped = FacePtr<Named>(this);
+        throw 1;
     }
     static inline int made = 0;
     static inline bool failing = false;
+    static inline FacePtr<Named> escaped;
 };
 
 TEST(Global, LivesAsLongAsSomebodyHoldsIt)
@@ -125,7 +128,8 @@ TEST(Global, OneThatCannotStartIsDroppedAndTriedAgain)
     Single::failing = true;
     EXPECT_THROW(Global::Get(), int);
     Single::failing = false;
-    EXPECT_TRUE(Global::Get());
+    EXPECT_NE(Global::Get().Get(), Single::escaped.Get()) << "somebody still holds the one that failed";
+    Single::escaped = nullptr;
 }
 
 // Asks for itself while it dies.

@@ -49,7 +49,13 @@ FacePtr<T> ImplGlobal<T, ModuleClass>::Get()
     auto* const made = new Instance(&holder);
     const FacePtr<T> first(made);
     holder.object = made;
-    if constexpr (requires { made->OnFirstReference(); })
-        made->OnFirstReference();
+    if constexpr (requires { made->OnFirstReference(); }) {
+        try {
+            made->OnFirstReference();
+        } catch (...) {
+            holder.object = nullptr; // another thread may have a reference by now: it is given to nobody else
+            throw;
+        }
+    }
     return first;
 }
