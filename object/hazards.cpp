@@ -20,7 +20,7 @@ constinit std::atomic<std::uint64_t> used{0};
 // The line that served this thread last. It is chosen by processor, and anew when another thread is found in
 // it, so that threads do not share lines for long, and on an ordinary machine few are ever in use.
 constexpr unsigned noLine = lineCount;
-constinit thread_local unsigned ownLine = noLine;
+[[gnu::tls_model("initial-exec")]] constinit thread_local unsigned ownLine = noLine;
 
 void MarkUsed(unsigned index) noexcept
 {
@@ -53,10 +53,10 @@ Announcement::Announcement(const std::atomic<LifeWord*>& guard, const LifeWord* 
     if (word == ignored)
         return;
     const LifeWord* free = nullptr;
-    if (ownLine == noLine
-        || !lines[ownLine].word.compare_exchange_strong(free, word, std::memory_order_seq_cst))
-        ownLine = AnnounceElsewhere(word);
-    line = &lines[ownLine].word;
+    unsigned index = ownLine; // its bit was set before this thread first used it
+    if (index == noLine || !lines[index].word.compare_exchange_strong(free, word, std::memory_order_seq_cst))
+        ownLine = index = AnnounceElsewhere(word);
+    line = &lines[index].word;
     for (;;) {
         LifeWord* const now = guard.load(std::memory_order_seq_cst);
         if (now == word)

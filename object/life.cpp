@@ -164,8 +164,7 @@ BaseFace* BaseFace::WeakReference::LockObject() const noexcept
     // An object that was still to get its first reference: maybe this is it, and then its locker has to
     // know. Somebody else may have taken it, dropped it and claimed the object meanwhile: then what is added
     // here is gone when the destroyer, who waits for this announcement, sets the word back.
-    // acquire: where its destroyer was so fast that this is the Zombie, the state below is no older than
-    // that.
+    // acquire: where a destroyer was faster this is the Zombie, and the state below no older than its claim
     BaseFace* const unreferenced = object.load(std::memory_order_acquire);
     unreferenced->AddRef();
     return (word.load(std::memory_order_relaxed) & stateBits) == living ? unreferenced : nullptr;
