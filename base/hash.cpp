@@ -28,7 +28,8 @@ std::uint32_t SumOfUnits(std::uint64_t word) noexcept
 // Length and sum in one pass, a word of four units at a time. A word at an address that is a multiple of 8
 // never reaches into another page than its first byte, so reading behind the terminator is safe; the
 // sanitizer does not know that.
-__attribute__((no_sanitize("address"))) std::uint32_t GetSimpleStringHash(const char16_t* text) noexcept
+__attribute__((no_sanitize("address", "thread"))) std::uint32_t GetSimpleStringHash(
+    const char16_t* text) noexcept
 {
     std::uint32_t sum = 0;
     const char16_t* at = text;
