@@ -103,10 +103,11 @@ private:
             arguments.Word();
         Conversion conversion;
         conversion.type = 's';
+        conversion.kind = Printf::Kind::Text;
         if (*source == '!') {
             source = Printf::ReadConversion(source + 1, conversion, arguments);
             // Floating point arguments do not lie in the list's row of words.
-            if (source == nullptr || *source++ != '!' || Printf::IsFloatingPoint(conversion.type))
+            if (source == nullptr || *source++ != '!' || conversion.kind == Printf::Kind::FloatingPoint)
                 return nullptr;
         }
         Printf::WriteConversion(output, conversion, arguments);

@@ -2,6 +2,7 @@
 
 #include "platform/linux/text/utf.h"
 #include "platform/linux/text/utf_scalar.h"
+#include "platform/linux/text/wide.h"
 #include "platform/text.h"
 
 #include <algorithm>
@@ -115,14 +116,6 @@ Size ReadSize(const Char*& format) noexcept
     default:
         return Size::Default;
     }
-}
-
-bool IsOneOf(const char* types, std::uint32_t unit) noexcept
-{
-    for (; *types != '\0'; ++types)
-        if (static_cast<unsigned char>(*types) == unit)
-            return true;
-    return false;
 }
 
 // Whether the argument of %c, %s and their like is wide, in a format of chars of `ownBytes`.
@@ -297,19 +290,16 @@ void WriteTextArgument(Output<Char>& output, const Conversion& conversion, Argum
 }
 
 template <class Char>
-void WriteNumber(Output<Char>& output, const Conversion& conversion, NumberText number) noexcept
+void WriteNumber(Output<Char>& output, const Conversion& conversion, const NumberText& number) noexcept
 {
     const std::uint64_t length = number.signLength + number.leadingZeros + number.digitsLength
         + number.trailingZeros + number.suffixLength;
-    std::uint64_t padding = conversion.width > length ? conversion.width - length : 0;
-    if (conversion.zero && !conversion.left && number.mayLeadWithZeros) {
-        number.leadingZeros += padding;
-        padding = 0;
-    }
-    if (!conversion.left)
+    const std::uint64_t padding = conversion.width > length ? conversion.width - length : 0;
+    const bool withZeros = conversion.zero && !conversion.left && number.mayLeadWithZeros;
+    if (!conversion.left && !withZeros)
         output.Fill(' ', padding);
     output.WriteAscii(number.sign, number.signLength);
-    output.Fill('0', number.leadingZeros);
+    output.Fill('0', number.leadingZeros + (withZeros ? padding : 0));
     output.WriteAscii(number.digits, number.digitsLength);
     output.Fill('0', number.trailingZeros);
     output.WriteAscii(number.suffix, number.suffixLength);
@@ -317,12 +307,20 @@ void WriteNumber(Output<Char>& output, const Conversion& conversion, NumberText 
         output.Fill(' ', padding);
 }
 
+const char* FindPercent(const char* format) noexcept
+{
+    return strchrnul(format, '%');
+}
+const char16_t* FindPercent(const char16_t* format) noexcept
+{
+    return FindOrEnd(format, u'%');
+}
+
+// Often there is none: conversions stand at the start, at the end and side by side.
 template <class Char>
 const Char* EndOfPlainText(const Char* format) noexcept
 {
-    while (*format != '%' && *format != '\0')
-        ++format;
-    return format;
+    return *format == '%' || *format == '\0' ? format : FindPercent(format);
 }
 
 template <class Char>
@@ -359,11 +357,6 @@ int Format(Char* buffer, std::size_t capacity, const Char* format, Arguments& ar
 
 } // namespace
 
-bool IsFloatingPoint(char type) noexcept
-{
-    return IsOneOf("aAeEfFgG", static_cast<unsigned char>(type));
-}
-
 template <class Char>
 const Char* ReadConversion(const Char* format, Conversion& conversion, Arguments& arguments) noexcept
 {
@@ -371,16 +364,15 @@ const Char* ReadConversion(const Char* format, Conversion& conversion, Arguments
     if (!ReadWidth(format, conversion, arguments) || !ReadPrecision(format, conversion, arguments))
         return nullptr;
     conversion.size = ReadSize(format);
-    if (!IsOneOf("diouxXpcCsSZaAeEfFgG", *format))
-        return nullptr;
+    conversion.kind = KindOf(*format);
     conversion.type = static_cast<char>(*format);
-    return format + 1;
+    return conversion.kind == Kind::None ? nullptr : format + 1;
 }
 
 template <class Char>
 void WriteConversion(Output<Char>& output, const Conversion& conversion, Arguments& arguments) noexcept
 {
-    if (IsOneOf("cCsSZ", static_cast<unsigned char>(conversion.type))) {
+    if (conversion.kind == Kind::Text) {
         if (TakesWideText(conversion, sizeof(Char)))
             WriteTextArgument<char16_t>(output, conversion, arguments);
         else
@@ -389,8 +381,8 @@ void WriteConversion(Output<Char>& output, const Conversion& conversion, Argumen
     }
     char space[NumberText::capacity];
     WriteNumber(output, conversion,
-        IsFloatingPoint(conversion.type) ? FloatText(conversion, arguments, space)
-                                         : IntegerText(conversion, arguments, space));
+        conversion.kind == Kind::FloatingPoint ? FloatText(conversion, arguments, space)
+                                               : IntegerText(conversion, arguments, space));
 }
 
 template const char* ReadConversion(const char*, Conversion&, Arguments&) noexcept;

@@ -89,6 +89,44 @@ enum class Size {
     LongDouble, // L
 };
 
+// What a conversion prints.
+enum class Kind {
+    None, // there is no such conversion
+    Text,
+    Integer,
+    FloatingPoint,
+};
+constexpr Kind KindOf(std::uint32_t type) noexcept
+{
+    switch (type) {
+    case 's':
+    case 'S':
+    case 'c':
+    case 'C':
+    case 'Z':
+        return Kind::Text;
+    case 'd':
+    case 'i':
+    case 'u':
+    case 'o':
+    case 'x':
+    case 'X':
+    case 'p':
+        return Kind::Integer;
+    case 'a':
+    case 'A':
+    case 'e':
+    case 'E':
+    case 'f':
+    case 'F':
+    case 'g':
+    case 'G':
+        return Kind::FloatingPoint;
+    default:
+        return Kind::None;
+    }
+}
+
 struct Conversion {
     bool left = false;
     bool plus = false;
@@ -99,6 +137,7 @@ struct Conversion {
     std::int32_t precision = -1; // negative: none given
     Size size = Size::Default;
     char type = 0;
+    Kind kind = Kind::None;
 
     bool HasPrecision() const noexcept { return precision >= 0; }
 };
@@ -125,8 +164,6 @@ private:
 // Returns what follows it; null if there is no such conversion.
 template <class Char>
 const Char* ReadConversion(const Char* format, Conversion& conversion, Arguments& arguments) noexcept;
-
-bool IsFloatingPoint(char type) noexcept;
 
 // Carries out a conversion that ReadConversion gave.
 template <class Char>

@@ -5,6 +5,8 @@
 // page: memory is mapped by the page, so that such a read cannot fault. AddressSanitizer knows finer
 // bounds than the processor, and ThreadSanitizer takes the bytes beside the text for used: both are told to
 // look away in those functions only.
+#include "platform/linux/text/wide.h"
+
 #include "platform/text.h"
 
 #include <bit>
@@ -15,9 +17,9 @@
 
 namespace Platform {
 
-namespace {
-
 #ifdef __SSE2__
+
+namespace {
 
 constexpr std::uintptr_t blockBytes = 16;
 constexpr std::uintptr_t pageBytes = 4096; // the smallest there is; larger ones are multiples
@@ -29,23 +31,6 @@ inline unsigned Hits(__m128i block, __m128i sought) noexcept
     const __m128i hits =
         _mm_or_si128(_mm_cmpeq_epi16(block, _mm_setzero_si128()), _mm_cmpeq_epi16(block, sought));
     return static_cast<unsigned>(_mm_movemask_epi8(hits));
-}
-
-// The first char that is 0 or `sought`.
-__attribute__((no_sanitize("address", "thread"))) const char16_t* FindOrEnd(
-    const char16_t* text, char16_t sought) noexcept
-{
-    const __m128i wanted = _mm_set1_epi16(static_cast<short>(sought));
-    const std::uintptr_t before = reinterpret_cast<std::uintptr_t>(text) % blockBytes;
-    const char16_t* block = text - before / sizeof(char16_t);
-    unsigned hits = Hits(_mm_load_si128(reinterpret_cast<const __m128i*>(block)), wanted) >> before;
-    if (hits != 0)
-        return text + std::countr_zero(hits) / 2;
-    do {
-        block += blockChars;
-        hits = Hits(_mm_load_si128(reinterpret_cast<const __m128i*>(block)), wanted);
-    } while (hits == 0);
-    return block + std::countr_zero(hits) / 2;
 }
 
 inline bool BlockStaysInPage(const char16_t* text) noexcept
@@ -71,7 +56,34 @@ __attribute__((no_sanitize("address", "thread"))) std::ptrdiff_t EqualBlocks(
     return equal;
 }
 
+} // namespace
+
+__attribute__((no_sanitize("address", "thread"))) const char16_t* FindOrEnd(
+    const char16_t* text, char16_t sought) noexcept
+{
+    const __m128i wanted = _mm_set1_epi16(static_cast<short>(sought));
+    const std::uintptr_t before = reinterpret_cast<std::uintptr_t>(text) % blockBytes;
+    const char16_t* block = text - before / sizeof(char16_t);
+    unsigned hits = Hits(_mm_load_si128(reinterpret_cast<const __m128i*>(block)), wanted) >> before;
+    if (hits != 0)
+        return text + std::countr_zero(hits) / 2;
+    do {
+        block += blockChars;
+        hits = Hits(_mm_load_si128(reinterpret_cast<const __m128i*>(block)), wanted);
+    } while (hits == 0);
+    return block + std::countr_zero(hits) / 2;
+}
+
 #else
+
+namespace {
+
+std::ptrdiff_t EqualBlocks(const char16_t*, const char16_t*) noexcept
+{
+    return 0;
+}
+
+} // namespace
 
 const char16_t* FindOrEnd(const char16_t* text, char16_t sought) noexcept
 {
@@ -80,14 +92,7 @@ const char16_t* FindOrEnd(const char16_t* text, char16_t sought) noexcept
     return text;
 }
 
-std::ptrdiff_t EqualBlocks(const char16_t*, const char16_t*) noexcept
-{
-    return 0;
-}
-
 #endif
-
-} // namespace
 
 std::size_t wcslen(const char16_t* text) noexcept
 {

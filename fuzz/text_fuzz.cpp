@@ -1,0 +1,198 @@
+// Text conversions and formatting, fed with any bytes. The first byte of an input chooses what is done with
+// the others. Sources and targets end where their memory ends, so that AddressSanitizer sees each step too
+// far; beyond that, two roads, or measuring and writing, must agree.
+#include "platform/linux/text/utf.h"
+#include "platform/text.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <utility>
+
+using namespace Platform;
+
+namespace {
+
+void Require(bool holds)
+{
+    if (!holds)
+        std::abort();
+}
+
+template <class Unit>
+std::unique_ptr<Unit[]> Exactly(const std::basic_string<Unit>& text)
+{
+    auto units = std::make_unique<Unit[]>(text.size());
+    std::copy(text.begin(), text.end(), units.get());
+    return units;
+}
+
+std::u16string Wide(const std::string& bytes)
+{
+    std::u16string text(bytes.size() / 2, u'\0');
+    std::memcpy(text.data(), bytes.data(), text.size() * 2);
+    return text;
+}
+
+// ---- UTF-8 and UTF-16
+
+Utf::Conversion Convert(
+    const char* source, std::size_t units, char16_t* target, std::size_t room, Utf::Road road)
+{
+    return Utf::ToUtf16(source, units, target, room, road);
+}
+Utf::Conversion Convert(
+    const char16_t* source, std::size_t units, char* target, std::size_t room, Utf::Road road)
+{
+    return Utf::ToUtf8(source, units, target, room, road);
+}
+
+template <class To, class From>
+std::basic_string<To> ConvertBothWays(const std::basic_string<From>& text, std::size_t cut)
+{
+    const auto source = Exactly(text);
+    const std::size_t length = UtfLength(source.get(), text.size());
+    for (const std::size_t room : {length - std::min(length, cut), length}) {
+        const auto fast = std::make_unique<To[]>(room);
+        const auto slow = std::make_unique<To[]>(room);
+        const Utf::Conversion a = Convert(source.get(), text.size(), fast.get(), room, Utf::Road::Fastest);
+        const Utf::Conversion b = Convert(source.get(), text.size(), slow.get(), room, Utf::Road::Portable);
+        Require(a.read == b.read && a.written == b.written && a.replaced == b.replaced);
+        Require(std::equal(fast.get(), fast.get() + a.written, slow.get()));
+        Require(room < length || (a.written == length && a.read == text.size()));
+    }
+    std::basic_string<To> result;
+    ConvertUtfWhole<To>(source.get(), text.size(), [&result](std::size_t units, std::size_t) {
+        result.resize(units);
+        return result.data();
+    });
+    return result;
+}
+
+void FuzzUtf(const std::string& bytes)
+{
+    const std::size_t cut = bytes.empty() ? 0 : static_cast<unsigned char>(bytes[0]);
+    // What has been valid once stays as it is.
+    const std::u16string wide = ConvertBothWays<char16_t>(bytes, cut);
+    Require(ConvertBothWays<char16_t>(ConvertBothWays<char>(wide, cut), cut) == wide);
+    const std::string narrow = ConvertBothWays<char>(Wide(bytes), cut);
+    Require(ConvertBothWays<char>(ConvertBothWays<char16_t>(narrow, cut), cut) == narrow);
+}
+
+// ---- Code pages
+
+void FuzzCodePage(const std::string& bytes)
+{
+    constexpr std::uint32_t pages[] = {
+        0, 65001, 1250, 1252, 1255, 1258, 932, 936, 949, 950, 1361, 50220, 54936, 65000, 437};
+    if (bytes.size() < 3)
+        return;
+    const std::uint32_t page = pages[static_cast<unsigned char>(bytes[0]) % std::size(pages)];
+    const std::string text = bytes.substr(1);
+    const auto source = Exactly(text);
+    const int length = MultiByteToWideChar(page, 0, source.get(), static_cast<int>(text.size()), nullptr, 0);
+    const auto wide = std::make_unique<char16_t[]>(static_cast<std::size_t>(length));
+    Require(MultiByteToWideChar(page, 0, source.get(), static_cast<int>(text.size()), wide.get(), length)
+        == length);
+    const std::u16string other = Wide(text);
+    const auto otherSource = Exactly(other);
+    const int otherLength = static_cast<int>(other.size());
+    const int narrowLength = WideCharToMultiByte(page, 0, otherSource.get(), otherLength, nullptr, 0);
+    const auto narrow = std::make_unique<char[]>(static_cast<std::size_t>(narrowLength));
+    Require(WideCharToMultiByte(page, 0, otherSource.get(), otherLength, narrow.get(), narrowLength)
+        == narrowLength);
+}
+
+// ---- Formatting
+
+// Every argument is a pointer to something that is a narrow text, a wide text and a counted one: then no
+// format can ask for what is not there. It counts for an integer as well.
+const COUNTED_STRING counted{3, 3, "\xE4\xB8\xAD"};
+constexpr std::size_t argumentCount = 110; // %99 with both stars, and more
+
+template <class Format, std::size_t... index>
+int CallWithArguments(Format format, std::index_sequence<index...>)
+{
+    return format((static_cast<void>(index), static_cast<const void*>(&counted))...);
+}
+
+template <class Char>
+int Print(Char* buffer, std::size_t capacity, const Char* format, ...)
+{
+    std::va_list arguments;
+    va_start(arguments, format);
+    const int length = FormatPrintf(buffer, capacity, format, arguments);
+    va_end(arguments);
+    return length;
+}
+
+template <class Char>
+int Message(Char* buffer, std::size_t capacity, const Char* format, ...)
+{
+    std::va_list arguments;
+    va_start(arguments, format);
+    const int length = FormatMessageText(FORMAT_MESSAGE_FROM_STRING, format, 0, buffer, capacity, &arguments);
+    va_end(arguments);
+    return length;
+}
+
+template <class Char>
+void FuzzFormat(int (*call)(Char*, std::size_t, const Char*, ...), const std::basic_string<Char>& format)
+{
+    const auto source = Exactly(format + Char{});
+    const auto formatInto = [&](Char* buffer, std::size_t capacity) {
+        return CallWithArguments(
+            [&](auto... arguments) { return call(buffer, capacity, source.get(), arguments...); },
+            std::make_index_sequence<argumentCount>{});
+    };
+    const int length = formatInto(nullptr, 0);
+    const std::size_t room = length < 0 || length > 100000 ? 100 : static_cast<std::size_t>(length) + 1;
+    const auto whole = std::make_unique<Char[]>(room);
+    const auto half = std::make_unique<Char[]>(room / 2 + 1);
+    Require(formatInto(whole.get(), room) == length && formatInto(half.get(), room / 2 + 1) == length);
+    const std::size_t written = length < 0 ? 0 : std::min(room - 1, static_cast<std::size_t>(length));
+    Require(whole[written] == Char{});
+    Require(std::equal(half.get(), half.get() + std::min(written, room / 2), whole.get()));
+}
+
+// How many words a format can take at most: three for each conversion and one for each star.
+template <class Char>
+bool TakesTooMuch(const std::basic_string<Char>& format)
+{
+    const auto count = [&format](Char unit) { return std::count(format.begin(), format.end(), unit); };
+    return static_cast<std::size_t>(3 * count('%') + count('*')) > argumentCount;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* start, std::size_t size)
+{
+    if (size == 0)
+        return 0;
+    const std::string bytes(reinterpret_cast<const char*>(start) + 1, size - 1);
+    const std::u16string wide = Wide(bytes);
+    switch (*start % 6) {
+    case 0:
+        FuzzUtf(bytes);
+        break;
+    case 1:
+        FuzzCodePage(bytes);
+        break;
+    case 2:
+        if (!TakesTooMuch(bytes))
+            FuzzFormat(Print<char>, bytes);
+        break;
+    case 3:
+        if (!TakesTooMuch(wide))
+            FuzzFormat(Print<char16_t>, wide);
+        break;
+    case 4:
+        FuzzFormat(Message<char>, bytes);
+        break;
+    default:
+        FuzzFormat(Message<char16_t>, wide);
+    }
+    return 0;
+}
