@@ -92,7 +92,8 @@ bool Binary::CopyTo(void* target, std::uint32_t maxBytes, std::uint32_t offset) 
     if (GetSize() <= offset)
         return true;
     const std::uint32_t left = block->size - offset;
-    std::memcpy(target, block->Bytes() + offset, std::min(left, maxBytes));
+    if (maxBytes != 0)
+        std::memcpy(target, block->Bytes() + offset, std::min(left, maxBytes));
     return left <= maxBytes;
 }
 
@@ -100,7 +101,7 @@ int Binary::RawCompare(const void* bytes, std::uint32_t count) const noexcept
 {
     if (block == nullptr)
         return count > 0 ? -1 : 0;
-    const int order = std::memcmp(block->Bytes(), bytes, std::min(block->size, count));
+    const int order = count != 0 ? std::memcmp(block->Bytes(), bytes, std::min(block->size, count)) : 0;
     return order != 0 ? order : static_cast<int>(block->size - count);
 }
 

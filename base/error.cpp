@@ -4,15 +4,22 @@
 #include "base/error_record.h"
 
 #include <memory>
+#include <new>
 #include <utility>
 
 namespace {
 
+// A message has text in every language; an empty one says that memory gave out.
+WideString Checked(WideString message)
+{
+    if (message.IsEmpty())
+        throw std::bad_alloc();
+    return message;
+}
+
 WideString InternalErrorText(const char16_t* tag, const char16_t* message)
 {
-    WideString text;
-    text.Format(LookUp(internalErrorMessage), tag, message);
-    return text;
+    return Checked(WideString::FromFormat(LookUp(internalErrorMessage), tag, message));
 }
 
 // The text of a layer that came without one.
@@ -24,7 +31,7 @@ WideString TextOfCode(std::uint32_t code)
     case Error::interrupted:
         return InternalErrorText(u"error", u"interrupt-display");
     case Error::badFormat:
-        return LookUp(dataFormatMessage);
+        return Checked(LookUp(dataFormatMessage));
     default:
         return {};
     }

@@ -5,6 +5,11 @@
 #include "platform/resources.h"
 #include <tessel/module.h>
 
+#include <cstddef>
+
+static_assert(sizeof(ResourceBlock) == sizeof(Platform::StringTable)
+    && offsetof(ResourceBlock, strings) == offsetof(Platform::StringTable, strings));
+
 void* ModuleAt(const void* address) noexcept
 {
     constexpr std::uint32_t byAddressUncounted = Platform::GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS

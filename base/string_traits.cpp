@@ -143,6 +143,11 @@ int WcsTraits::Compare(const char16_t* left, const char16_t* right) noexcept
     return Platform::wcscmp(left, right);
 }
 
+int WcsTraits::CompareCaseBlind(const char16_t* left, const char16_t* right) noexcept
+{
+    return Platform::_wcsicmp(left, right);
+}
+
 std::size_t SbcsTraits::ConvertedLength(const char16_t* source) noexcept
 {
     return Platform::Utf16ToUtf8Length(source, Platform::wcslen(source));

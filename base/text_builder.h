@@ -17,7 +17,8 @@ public:
     TextBuilder& Add(std::u16string_view piece)
     {
         char16_t* const end = MakeRoom(piece.size());
-        std::memcpy(end, piece.data(), piece.size() * sizeof(char16_t));
+        if (!piece.empty())
+            std::memcpy(end, piece.data(), piece.size() * sizeof(char16_t));
         length += piece.size();
         return *this;
     }

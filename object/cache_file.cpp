@@ -8,7 +8,7 @@ namespace Object {
 namespace {
 
 // Far above what any folder of modules needs; a larger file is damage, and not worth the memory.
-constexpr std::uint32_t largestCache = 256U << 20;
+constexpr std::uint32_t largestCache = 16U << 20;
 
 class OpenFile {
 public:
@@ -36,9 +36,10 @@ WideString ReadCacheFile(const WideString& path) noexcept
         path.c_str(), Platform::GENERIC_READ, Platform::FILE_SHARE_READ, Platform::OPEN_EXISTING, 0));
     if (!file.IsOpen())
         return {};
-    const std::uint32_t size = Platform::GetFileSize(file.Get(), nullptr);
+    std::uint32_t sizeHigh = 0;
+    const std::uint32_t size = Platform::GetFileSize(file.Get(), &sizeHigh);
     Binary bytes;
-    if (size == 0 || size > largestCache)
+    if (size == 0 || sizeHigh != 0 || size > largestCache)
         return {};
     bytes.SetSize(size, false);
     unsigned char* const target = bytes.GetWritableData();
@@ -54,12 +55,14 @@ void WriteCacheFile(const WideString& folder, const char16_t* name, const WideSt
     const WideString path = folder + name;
     const WideString aside = path + u".new";
     const Binary bytes = StringToUtf8(text);
+    if (bytes.IsEmpty())
+        return; // no memory
     // Two processes that start at once: the second one finds this file not open to it and leaves the work to
     // the first. It stays open, and so closed to others, until it has its name.
     const OpenFile file(Platform::CreateFileW(
         aside.c_str(), Platform::GENERIC_WRITE, 0, Platform::CREATE_ALWAYS, Platform::FILE_ATTRIBUTE_HIDDEN));
     std::uint32_t written = 0;
-    if (!file.IsOpen() || bytes.IsEmpty())
+    if (!file.IsOpen())
         return;
     if (!Platform::WriteFile(file.Get(), bytes.GetData(), bytes.GetSize(), &written)
         || written != bytes.GetSize()

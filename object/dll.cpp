@@ -13,20 +13,30 @@ FacePtr<Dll> Dll::Load(const WideString& path)
     Platform::SetErrorMode(oldMode);
     if (loaded == Platform::NULL_MODULE)
         return nullptr;
+    struct Unload { // unless a Dll has taken the load over
+        Platform::Module module;
+        ~Unload()
+        {
+            if (module != Platform::NULL_MODULE)
+                Platform::FreeLibrary(module);
+        }
+    } unload{loaded};
     const auto unlocked = Platform::GetProcAddress(loaded, "Module_IsUnlocked");
     const auto list =
         unlocked != nullptr ? Platform::GetProcAddress(loaded, "Module_GetStaticList") : nullptr;
     if (list == nullptr) {
-        Platform::FreeLibrary(loaded);
+        Platform::SetLoadFailure("the file does not export Module_IsUnlocked and Module_GetStaticList");
         return nullptr;
     }
-    return MakeFace<Impl<Dll, Module>>(
+    auto made = MakeFace<Impl<Dll, Module>>(
         loaded, reinterpret_cast<IsUnlockedExport>(unlocked), reinterpret_cast<StaticListExport>(list));
+    unload.module = Platform::NULL_MODULE;
+    return made;
 }
 
 Dll::~Dll()
 {
-    if (isUnlocked(0))
+    if (letGo || isUnlocked(0))
         Platform::FreeLibrary(module);
 }
 

@@ -6,10 +6,12 @@
 #include <tessel/object/face_ptr.h>
 #include <tessel/object/registration.h>
 
+#include <atomic>
+
 namespace Object {
 
-// Unloads its module when the last reference goes, unless objects of the module are still alive: then the
-// module stays in memory for ever, for nothing is unmapped beneath a living object.
+// Frees its load of the module when the last reference goes, unless objects of the module are still alive: then
+// the module stays in memory for ever, for nothing is unmapped beneath a living object.
 class Dll : public Face<> {
 public:
     // Loads a file. Null if it cannot be loaded or does not have both exports of a client module.
@@ -24,6 +26,9 @@ public:
     // Whether the module may be unloaded at once: it has had no object for so many milliseconds, and the
     // calling thread does not stand in its code.
     bool IsUnlocked(std::uint32_t idleMilliseconds) const;
+    // Frees the load in any case: for who has found the module unlocked with nobody in it. Objects made since
+    // then belong to another load, which keeps the module in memory.
+    void LetGo() noexcept { letGo = true; }
 
     using IsUnlockedExport = bool (*)(std::uint32_t milliseconds);
     using StaticListExport = FactoryRegistration* (*)(int reserved);
@@ -38,6 +43,7 @@ private:
     Platform::Module module;
     IsUnlockedExport isUnlocked;
     StaticListExport getStaticList;
+    std::atomic<bool> letGo{false};
 };
 
 } // namespace Object

@@ -8,6 +8,18 @@ namespace Object {
 
 namespace {
 
+// Counts a call that may run in the module.
+class Busy {
+public:
+    explicit Busy(std::atomic<std::uint32_t>& calls) noexcept : count(calls) { ++count; }
+    ~Busy() { --count; }
+    Busy(const Busy&) = delete;
+    Busy& operator=(const Busy&) = delete;
+
+private:
+    std::atomic<std::uint32_t>& count;
+};
+
 constexpr std::uint32_t idleMilliseconds = 600000; // ten minutes, for a cleanup that is not forced
 
 } // namespace
@@ -77,18 +89,14 @@ FacePtr<Dll> LibraryImpl::LoadNow(bool must)
     types.clear();
     compound->ListClasses(classes);
     compound->ListTypes(types);
-    return classes.empty() && types.empty() ? nullptr : loaded;
+    if (!classes.empty() || !types.empty())
+        return loaded;
+    Platform::SetLoadFailure("the module offers no class and no type");
+    return nullptr;
 }
 
 void LibraryImpl::CreateObject(const Clsid& clsid, const char16_t* wanted, FacePtr<BaseFace>& out)
 {
-    struct Busy {
-        explicit Busy(std::atomic<std::uint32_t>& calls) noexcept : count(calls) { ++count; }
-        ~Busy() { --count; }
-        Busy(const Busy&) = delete;
-        Busy& operator=(const Busy&) = delete;
-        std::atomic<std::uint32_t>& count;
-    };
     // Raised before the Dll is asked for: a cleanup that still sees 0 holds the section, and Load then finds
     // the module gone and loads it anew. Lowered last, when the object made is counted by its module.
     const Busy raised(busy);
@@ -130,6 +138,7 @@ ClassInfo LibraryImpl::GetClassInfo(const Clsid& clsid)
     }
     if (!ServesType(clsid))
         return {};
+    const Busy raised(busy);
     const FacePtr<Dll> held = Load(true);
     return compound->GetClassInfo(clsid);
 }
@@ -137,6 +146,7 @@ ClassInfo LibraryImpl::GetClassInfo(const Clsid& clsid)
 ClassInfoList LibraryImpl::FindClasses(const Clsid& pattern, const WideString& interface)
 {
     if (ServesType(pattern)) {
+        const Busy raised(busy);
         const FacePtr<Dll> held = Load(true);
         return compound->FindClasses(pattern, interface);
     }
@@ -153,6 +163,8 @@ bool LibraryImpl::Cleanup(bool force)
     const SectionLock lock(section);
     if (dll && busy == 0 && dll->IsUnlocked(force ? 0 : idleMilliseconds))
         dropped = std::move(dll);
+    if (dropped)
+        dropped->LetGo();
     return static_cast<bool>(dropped);
 }
 

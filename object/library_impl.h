@@ -46,10 +46,11 @@ private:
 
     const WideString path;
     const FacePtr<CompoundFactory> compound; // the module's own factories, while it is loaded
-    // Guards all below but `busy`. Held while the module is loaded and initialised, and so always taken behind
-    // the loader's lock there: a module's constructor, which runs under that lock, may ask another library.
+    // Guards all below but `busy`. Held while the module is loaded and initialised, and so always taken
+    // behind the loader's lock there: a module's constructor, which runs under that lock, may ask another
+    // library.
     CriticalSection section;
-    std::atomic<std::uint32_t> busy{0}; // calls of CreateObject under way
+    std::atomic<std::uint32_t> busy{0}; // calls under way that may run in the module
     ClassInfoList classes;
     TypeSet types;
     FacePtr<Dll> dll; // null while the module is not loaded

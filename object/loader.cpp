@@ -38,16 +38,19 @@ bool EndsInDll(std::u16string_view name)
     return dot != std::u16string_view::npos && Platform::_wcsicmp(name.data() + dot, u".dll") == 0;
 }
 
-bool HasSeparator(const WideString& name)
+// Whether the name is one that a listing can give: no path, and no pattern.
+bool IsPlainName(const WideString& name)
 {
-    return std::u16string_view(name.c_str()).find_first_of(u"\\/") != std::u16string_view::npos;
+    return std::u16string_view(name.c_str()).find_first_of(u"\\/*?") == std::u16string_view::npos;
 }
 
 } // namespace
 
 Loader::Loader() : creator(Clsid(libraryCreatorClass))
 {
-    Scan(OwnFolder());
+    const WideString folder = OwnFolder();
+    if (!folder.IsEmpty()) // else the path is not to be had, and the working folder is none of ours
+        Scan(folder);
 }
 
 void Loader::Scan(const WideString& folder)
@@ -72,7 +75,7 @@ bool Loader::ReadCache(const WideString& folder)
     std::map<WideString, WideString> stamps;
     std::map<WideString, const CacheRecord*> valid;
     for (const CacheRecord& record : *records) {
-        if (HasSeparator(record.name))
+        if (!IsPlainName(record.name))
             continue;
         const auto [stamp, isNew] = stamps.try_emplace(record.name);
         if (isNew)
@@ -92,8 +95,8 @@ bool Loader::AddNewFiles(const WideString& folder)
 {
     bool found = false;
     Platform::WIN32_FIND_DATAW file;
-    const Platform::Handle search
-        = Platform::FindFirstFileExW((folder + u"*.dll").c_str(), Platform::FindExInfoBasic, &file);
+    const Platform::Handle search =
+        Platform::FindFirstFileExW((folder + u"*.dll").c_str(), Platform::FindExInfoBasic, &file);
     if (search == Platform::INVALID_HANDLE_VALUE)
         return false;
     struct Closer {

@@ -46,9 +46,11 @@ bool FreeLibrary(Module module) noexcept;
 FARPROC GetProcAddress(Module module, const char* name) noexcept;
 
 // The loader's own words on the calling thread's last failed load. Written with a terminator as far as the
-// capacity (in chars) goes; returns the length written. Empty when there was none, or so many others
-// failed meanwhile that the words are gone.
+// capacity (in chars) goes; returns the length written. Empty when its last load succeeded, or so
+// many others failed meanwhile that the words are gone.
 std::uint32_t GetLoadFailure(char16_t* buffer, std::uint32_t capacity) noexcept;
+// Words of a caller who found that a module, although it was loaded, is not what was wanted.
+void SetLoadFailure(const char* words) noexcept;
 
 // Keeps all other threads from loading and freeing, for a scope; recursive. For whoever holds a lock of its
 // own while it loads: this one is taken first, because a module's constructors run under it and may want the

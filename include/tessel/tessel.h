@@ -1,18 +1,37 @@
 // All of the system, for hosts.
 #pragma once
 
+#include <tessel/base/archive.h>
 #include <tessel/base/binary.h>
+#include <tessel/base/critical_section.h>
 #include <tessel/base/error.h>
+#include <tessel/base/handle.h>
+#include <tessel/base/hash.h>
+#include <tessel/base/memory_properties.h>
+#include <tessel/base/persistent_properties.h>
+#include <tessel/base/properties.h>
 #include <tessel/base/resource.h>
 #include <tessel/base/string.h>
 #include <tessel/base/utf8.h>
+#include <tessel/base/value.h>
+#include <tessel/export.h>
 #include <tessel/module.h>
 #include <tessel/nls/language.h>
+#include <tessel/object/class_factory.h>
+#include <tessel/object/class_info.h>
 #include <tessel/object/cleanup.h>
+#include <tessel/object/clsid.h>
+#include <tessel/object/face.h>
 #include <tessel/object/face_ptr.h>
+#include <tessel/object/factory.h>
 #include <tessel/object/global.h>
 #include <tessel/object/impl.h>
 #include <tessel/object/library.h>
 #include <tessel/object/manager.h>
 #include <tessel/object/registration.h>
 #include <tessel/object/system.h>
+#include <tessel/xml/document.h>
+#include <tessel/xml/element.h>
+#include <tessel/xml/node.h>
+#include <tessel/xml/reader.h>
+#include <tessel/xml/writer.h>

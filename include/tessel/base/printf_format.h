@@ -126,6 +126,8 @@ private:
             Take(prefix == 8 ? Slot::number64 : Slot::number32);
         else if (IsOneOf(conversion, "eEfFgGaA"))
             Take(prefix == 16 ? Slot::longReal : Slot::real);
+        else if (prefix > 2)
+            throw "a size of numbers in front of another conversion";
         else if (IsOneOf(conversion, "cC"))
             Take(Slot::number32);
         else if (IsOneOf(conversion, "sS"))

@@ -102,11 +102,20 @@ public:
     {
         PrintfRaw(format.text, Formatting::Passed(arguments)...);
     }
+    template <class... Arguments>
+    static BaseString FromPrintf(Formatting::Format<Char, Char, std::type_identity_t<Arguments>...> format,
+        const Arguments&... arguments) noexcept
+    {
+        BaseString made;
+        made.PrintfRaw(format.text, Formatting::Passed(arguments)...);
+        return made;
+    }
     // The same for a format that is known only at run time; nobody checks it against the arguments.
     void PrintfV(const Char* format, std::va_list list) noexcept;
 
     // Replaces the text by a message with inserts %1 to %99, by default texts of this flavour; %1!d! and the
-    // like take numbers of at most 64 bits. A null or empty format, or one that cannot be carried out, clears
+    // like take numbers of at most 64 bits. The format must not ask for more inserts than there are arguments,
+    // which nobody checks: a format is the program's own text. A null or empty format, or one that cannot be carried out, clears
     // the string.
     template <class... Arguments>
     void Format(const Char* format, const Arguments&... arguments) noexcept
@@ -117,6 +126,13 @@ public:
                           && ...),
             "an insert is a text, a pointer or a whole number");
         FormatRaw(format, Formatting::Passed(arguments)...);
+    }
+    template <class... Arguments>
+    static BaseString FromFormat(const Char* format, const Arguments&... arguments) noexcept
+    {
+        BaseString made;
+        made.Format(format, arguments...);
+        return made;
     }
     void FormatV(const Char* format, std::va_list list) noexcept;
 
@@ -383,7 +399,8 @@ void BaseString<Traits>::SystemError(std::uint32_t code, const Char* prefix) noe
         const std::uint32_t room = fresh.GetCapacity() - static_cast<std::uint32_t>(length * sizeof(Char));
         const int result = Traits::SystemError(target + length, code, room);
         if (result == 1) {
-            std::memcpy(target, prefix, length * sizeof(Char));
+            if (length != 0)
+                std::memcpy(target, prefix, length * sizeof(Char));
             break;
         }
         *target = 0;
@@ -442,5 +459,6 @@ std::uint32_t BaseString<Traits>::Deserialize(const void* source, std::uint32_t 
     if (needed == 0 || PrepareWriting(needed, false) == nullptr)
         return 0;
     Traits::SerializeFrom(text, bytes + 8, page, Traits::codePage, needed);
-    return size + 8;
+    // Where the conversion failed for want of memory the text is empty although one was announced.
+    return IsEmpty() && needed > sizeof(Char) ? 0 : size + 8;
 }

@@ -63,6 +63,8 @@ struct WcsTraits {
     TESSEL_API static Char* Empty() noexcept;
     TESSEL_API static std::size_t Length(const Char* text) noexcept;
     TESSEL_API static int Compare(const Char* left, const Char* right) noexcept;
+    // The same of the texts in lower case, by a fixed table: the comparison of names without regard to case.
+    TESSEL_API static int CompareCaseBlind(const Char* left, const Char* right) noexcept;
 
     TESSEL_API static std::size_t ConvertedLength(const OtherChar* source) noexcept;
     TESSEL_API static void Convert(Char* target, std::size_t length, const OtherChar* source) noexcept;

@@ -7,7 +7,8 @@
 // Get may be called from any thread and at any time, before and after the start and while statics are
 // destroyed. An object that is just dying is replaced, so what Get gives is always alive. T is made without
 // arguments; if it has an OnFirstReference operation, that is called when the object can already hand out
-// references to itself, and if it throws, the object is dropped and the failure passes on.
+// references to itself, and if it throws, the object is dropped and the failure passes on. Both run under the
+// holder's lock: they must not wait for a thread that calls Get.
 template <class T, class ModuleClass>
 class TESSEL_HIDDEN ImplGlobal {
 public:

@@ -37,7 +37,9 @@ public:
     ~FactoryRegistration() = default;
 
     FactoryRegistration* next;
-    FacePtr<Factory> factory; // null once the system that it was registered with has stopped
+    // Null once the system that it was registered with has stopped; mutable, for a registration is a constant
+    // to the module that writes it down.
+    mutable FacePtr<Factory> factory;
 
 private:
     explicit FactoryRegistration(FacePtr<Factory> registered) noexcept

@@ -102,6 +102,7 @@ Module LoadByDiskPath(const char* path) noexcept
         const char* const words = LinkerWords();
         return FailLoad(ErrorOfWords(words), words);
     }
+    KeepLoadFailure("");
     return CountLoad(handle, path);
 }
 

@@ -32,6 +32,12 @@ void KeepLoadFailure(const char* words) noexcept
     std::snprintf(failures[0].words, sizeof failures[0].words, "%s", words);
 }
 
+void SetLoadFailure(const char* words) noexcept
+{
+    const std::lock_guard guard(loaderLock);
+    KeepLoadFailure(words);
+}
+
 std::uint32_t GetLoadFailure(char16_t* buffer, std::uint32_t capacity) noexcept
 {
     const std::lock_guard guard(loaderLock);
