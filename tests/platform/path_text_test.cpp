@@ -41,15 +41,6 @@ std::u16string FullPath(const std::u16string& text)
     return std::u16string(buffer, chars);
 }
 
-// As the runner would print it.
-std::string Readable(const std::u16string& text)
-{
-    std::string readable;
-    for (const char16_t unit : text)
-        readable += unit < 0x80 ? std::string(1, static_cast<char>(unit)) : "\\u" + std::to_string(unit);
-    return readable;
-}
-
 } // namespace
 
 TEST(PathText, LeadsToOnePlaceOnDisk)

@@ -21,6 +21,15 @@ inline std::u16string PathText(const std::string& path)
     return text;
 }
 
+// A path text as a failure shows it.
+inline std::string Readable(const std::u16string& text)
+{
+    std::string readable;
+    for (const char16_t unit : text)
+        readable += unit < 0x80 ? std::string(1, static_cast<char>(unit)) : "\\u" + std::to_string(unit);
+    return readable;
+}
+
 class TemporaryFolder {
 public:
     TemporaryFolder()

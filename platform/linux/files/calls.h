@@ -16,13 +16,13 @@ inline int OpenAt(int folder, const char* name, int flags, mode_t mode = 0) noex
 {
     return Guarded(-1, [&] { return ::openat(folder, name, flags | O_CLOEXEC | O_NOCTTY, mode); });
 }
-inline ssize_t Read(int descriptor, void* buffer, std::size_t size) noexcept
+inline ssize_t ReadAt(int descriptor, void* buffer, std::size_t size, off_t offset) noexcept
 {
-    return Guarded(ssize_t{-1}, [&] { return ::read(descriptor, buffer, size); });
+    return Guarded(ssize_t{-1}, [&] { return ::pread(descriptor, buffer, size, offset); });
 }
-inline ssize_t Write(int descriptor, const void* buffer, std::size_t size) noexcept
+inline ssize_t WriteAt(int descriptor, const void* buffer, std::size_t size, off_t offset) noexcept
 {
-    return Guarded(ssize_t{-1}, [&] { return ::write(descriptor, buffer, size); });
+    return Guarded(ssize_t{-1}, [&] { return ::pwrite(descriptor, buffer, size, offset); });
 }
 inline off_t Seek(int descriptor, off_t offset, int from) noexcept
 {

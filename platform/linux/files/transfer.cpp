@@ -10,13 +10,6 @@ namespace Platform {
 
 namespace {
 
-// The descriptors here are open while their objects live; one that refuses a call as bad was opened for
-// attributes only.
-bool FailTransfer() noexcept
-{
-    return errno == EBADF ? Fail(ERROR_ACCESS_DENIED) : FailWithErrno();
-}
-
 constexpr std::uint32_t LowHalf(std::int64_t number)
 {
     return static_cast<std::uint32_t>(number);
@@ -24,6 +17,32 @@ constexpr std::uint32_t LowHalf(std::int64_t number)
 constexpr std::uint32_t HighHalf(std::int64_t number)
 {
     return static_cast<std::uint32_t>(number >> 32);
+}
+
+bool ReadSize(const OpenFile& file, std::int64_t& size) noexcept
+{
+    struct stat status;
+    if (Seam::StatAt(file.descriptor.Get(), "", &status, AT_EMPTY_PATH) != 0)
+        return FailWithErrno();
+    size = status.st_size;
+    return true;
+}
+
+// Moves the position. The system looks at it only when bytes are moved there.
+bool Move(OpenFile& file, std::int64_t offset, std::uint32_t method) noexcept
+{
+    std::int64_t origin = method == FILE_CURRENT ? file.position : 0;
+    std::int64_t target = 0;
+    if (method > FILE_END)
+        return Fail(ERROR_INVALID_PARAMETER);
+    if (method == FILE_END && !ReadSize(file, origin))
+        return false;
+    if (__builtin_add_overflow(origin, offset, &target))
+        return Fail(ERROR_INVALID_PARAMETER);
+    if (target < 0)
+        return Fail(ERROR_NEGATIVE_SEEK);
+    file.position = target;
+    return true;
 }
 
 } // namespace
@@ -37,15 +56,18 @@ bool ReadFile(Handle handle, void* buffer, std::uint32_t size, std::uint32_t* tr
     const ObjectRef<OpenFile> file = FindHandle<OpenFile>(handle, GENERIC_READ);
     if (!file)
         return false;
+    const std::lock_guard guard(file->lock);
     while (*transferred < size) {
         char* const rest = static_cast<char*>(buffer) + *transferred;
-        const ssize_t count = Seam::Read(file->descriptor.Get(), rest, size - *transferred);
+        const ssize_t count = Seam::ReadAt(file->descriptor.Get(), rest, size - *transferred, file->position);
         if (count == 0)
             break;
-        if (count > 0)
-            *transferred += static_cast<std::uint32_t>(count);
-        else if (errno != EINTR)
-            return *transferred > 0 || FailTransfer();
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            return *transferred > 0 || FailWithErrno();
+        *transferred += static_cast<std::uint32_t>(count);
+        file->position += count;
     }
     return true;
 }
@@ -56,15 +78,19 @@ bool WriteFile(Handle handle, const void* buffer, std::uint32_t size, std::uint3
     const ObjectRef<OpenFile> file = FindHandle<OpenFile>(handle, GENERIC_WRITE);
     if (!file)
         return false;
+    const std::lock_guard guard(file->lock);
     while (*transferred < size) {
         const char* const rest = static_cast<const char*>(buffer) + *transferred;
-        const ssize_t count = Seam::Write(file->descriptor.Get(), rest, size - *transferred);
-        if (count > 0)
-            *transferred += static_cast<std::uint32_t>(count);
-        else if (count == 0) // no progress and no reason: a caller that loops would loop for ever
+        const ssize_t count =
+            Seam::WriteAt(file->descriptor.Get(), rest, size - *transferred, file->position);
+        if (count == 0) // no progress and no reason: a caller that loops would loop for ever
             return *transferred > 0 || Fail(ERROR_DISK_FULL);
-        else if (errno != EINTR)
-            return *transferred > 0 || FailTransfer();
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            return *transferred > 0 || FailWithErrno();
+        *transferred += static_cast<std::uint32_t>(count);
+        file->position += count;
     }
     return true;
 }
@@ -72,33 +98,20 @@ bool WriteFile(Handle handle, const void* buffer, std::uint32_t size, std::uint3
 std::uint32_t SetFilePointer(
     Handle handle, std::int32_t distance, std::int32_t* distanceHigh, std::uint32_t method) noexcept
 {
-    static_assert(FILE_BEGIN == SEEK_SET && FILE_CURRENT == SEEK_CUR && FILE_END == SEEK_END);
     const ObjectRef<OpenFile> file = FindHandle<OpenFile>(handle, 0);
     if (!file)
         return INVALID_SET_FILE_POINTER;
-    if (method > FILE_END) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return INVALID_SET_FILE_POINTER;
-    }
     const std::int64_t offset = distanceHigh
         ? static_cast<std::int64_t>(std::uint64_t{static_cast<std::uint32_t>(*distanceHigh)} << 32
             | static_cast<std::uint32_t>(distance))
         : distance;
-    const std::int64_t position = Seam::Seek(file->descriptor.Get(), offset, static_cast<int>(method));
-    if (position < 0) {
-        // The system says EINVAL for what would lie before the start, EOVERFLOW for what lies too far.
-        if (errno == EINVAL && offset < 0)
-            SetLastError(ERROR_NEGATIVE_SEEK);
-        else if (errno == EOVERFLOW)
-            SetLastError(ERROR_INVALID_PARAMETER);
-        else
-            FailTransfer();
+    const std::lock_guard guard(file->lock);
+    if (!Move(*file, offset, method))
         return INVALID_SET_FILE_POINTER;
-    }
     if (distanceHigh)
-        *distanceHigh = static_cast<std::int32_t>(HighHalf(position));
+        *distanceHigh = static_cast<std::int32_t>(HighHalf(file->position));
     SetLastError(ERROR_SUCCESS);
-    return LowHalf(position);
+    return LowHalf(file->position);
 }
 
 bool SetEndOfFile(Handle handle) noexcept
@@ -106,14 +119,12 @@ bool SetEndOfFile(Handle handle) noexcept
     const ObjectRef<OpenFile> file = FindHandle<OpenFile>(handle, GENERIC_WRITE);
     if (!file)
         return false;
-    const off_t position = Seam::Seek(file->descriptor.Get(), 0, SEEK_CUR);
-    if (position < 0)
-        return FailTransfer();
+    const std::lock_guard guard(file->lock);
     int result = 0;
     do
-        result = Seam::Truncate(file->descriptor.Get(), position);
+        result = Seam::Truncate(file->descriptor.Get(), file->position);
     while (result != 0 && errno == EINTR);
-    return result == 0 || FailTransfer();
+    return result == 0 || FailWithErrno();
 }
 
 // Not repeated after a failure: the system reports a write error once, and a second call would succeed.
@@ -126,7 +137,7 @@ bool FlushFileBuffers(Handle handle) noexcept
     do
         result = Seam::Sync(file->descriptor.Get());
     while (result != 0 && errno == EINTR);
-    return result == 0 || FailTransfer();
+    return result == 0 || FailWithErrno();
 }
 
 std::uint32_t GetFileSize(Handle handle, std::uint32_t* sizeHigh) noexcept
@@ -134,15 +145,13 @@ std::uint32_t GetFileSize(Handle handle, std::uint32_t* sizeHigh) noexcept
     const ObjectRef<OpenFile> file = FindHandle<OpenFile>(handle, 0);
     if (!file)
         return INVALID_FILE_SIZE;
-    struct stat status;
-    if (Seam::StatAt(file->descriptor.Get(), "", &status, AT_EMPTY_PATH) != 0) {
-        FailWithErrno();
+    std::int64_t size = 0;
+    if (!ReadSize(*file, size))
         return INVALID_FILE_SIZE;
-    }
     if (sizeHigh)
-        *sizeHigh = HighHalf(status.st_size);
+        *sizeHigh = HighHalf(size);
     SetLastError(ERROR_SUCCESS);
-    return LowHalf(status.st_size);
+    return LowHalf(size);
 }
 
 } // namespace Platform
