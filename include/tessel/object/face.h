@@ -24,8 +24,9 @@ struct BaseFace {
     // Adds one reference. In its own destructor an object cannot take one: there this operation is pure, and
     // calling it ends the process.
     virtual void AddRef() noexcept = 0;
-    // Drops one reference; the last one destroys the object.
-    virtual void Release() noexcept = 0;
+    // Drops one reference; the last one destroys the object. It throws nothing, but is not declared so: clang
+    // would refuse the jump that impl.h needs at the end of it.
+    virtual void Release() = 0;
     // The face that answers to the identifier, with one reference added for the caller, or null. Null and
     // "IID_BaseFace" give the primary face, which is the same for every face of one object.
     virtual BaseFace* Cast(const char16_t* wanted) noexcept = 0;

@@ -46,11 +46,10 @@ public:
 
 #if defined(__clang__) && !defined(TESSEL_OPTIMISED_TAIL)
     // Below -O2 this compiler jumps only where it is told to, and only to a function of the same signature.
-    TESSEL_TAIL_JUMP void Release() noexcept override
+    TESSEL_TAIL_JUMP void Release() override
     {
         prepared = &ending;
-        [[clang::musttail]] return (
-            this->*static_cast<void (ImplBase::*)() noexcept>(&Life::ReleasePrepared))();
+        [[clang::musttail]] return (this->*static_cast<void (ImplBase::*)()>(&Life::ReleasePrepared))();
     }
 #else
     TESSEL_TAIL_JUMP void Release() noexcept override

@@ -42,7 +42,8 @@ public:
         UnlockFunction unlock;
     };
     TESSEL_API void ReleasePrepared() noexcept;
-    TESSEL_API static thread_local const Prepared* prepared __attribute__((tls_model("initial-exec")));
+    TESSEL_API static constinit thread_local const Prepared* prepared
+        __attribute__((tls_model("initial-exec")));
 
 protected:
     Life() noexcept = default;
