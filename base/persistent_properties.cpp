@@ -5,7 +5,6 @@
 #include "platform/registry.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <cstring>
 #include <new>
 #include <string_view>
@@ -242,10 +241,6 @@ std::uint64_t PersistentProperties::Root() const noexcept
 
 void PersistentProperties::CloseKey() const noexcept
 {
-    // The layout that modules built apart share; a table of operations stands in front.
-    static_assert(offsetof(PersistentProperties, key) == 8
-        && offsetof(PersistentProperties, keyWritable) == 16 && offsetof(PersistentProperties, machine) == 17
-        && offsetof(PersistentProperties, path) == 24);
     if (key != 0)
         Platform::RegCloseKey(AsHandle(std::exchange(key, 0)));
     keyWritable = false;
