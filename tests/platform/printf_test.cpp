@@ -34,7 +34,7 @@ std::basic_string<Char> Formatted(const Char* format, std::va_list arguments)
     const std::size_t room = static_cast<std::size_t>(length) + 1;
     const auto whole = std::make_unique<Char[]>(room);
     EXPECT_EQ(FormatPrintf(whole.get(), room, format, arguments), length);
-    const std::basic_string<Char> text(whole.get(), room - 1);
+    std::basic_string<Char> text(whole.get(), room - 1);
     EXPECT_EQ(whole[room - 1], Char{});
     const std::size_t halfRoom = room / 2 + 1;
     const auto half = std::make_unique<Char[]>(halfRoom);
@@ -47,7 +47,7 @@ std::string Narrow(const char* format, ...)
 {
     std::va_list arguments;
     va_start(arguments, format);
-    const std::string text = Formatted(format, arguments);
+    std::string text = Formatted(format, arguments);
     va_end(arguments);
     return text;
 }

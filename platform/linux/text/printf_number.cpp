@@ -101,7 +101,7 @@ NumberText IntegerText(
     constexpr std::size_t longest = 24; // 64 bits in octal are 22 digits
     NumberText number;
     char* const end = space + longest;
-    char* start = end;
+    char* start;
     std::int64_t leastDigits = conversion.HasPrecision() ? conversion.precision : 1;
     switch (conversion.type) {
     case 'd':

@@ -451,4 +451,21 @@ Count<unsigned char> MeasureUtf16(const unsigned char* source, const unsigned ch
 
 } // namespace Platform::Utf::Vector
 
+#else // other processors take the portable road
+
+namespace Platform::Utf::Vector {
+
+Run<unsigned char, char16_t> ToUtf16(
+    const unsigned char* source, const unsigned char*, char16_t* target, char16_t*) noexcept
+{
+    return {source, target};
+}
+
+Count<unsigned char> MeasureUtf16(const unsigned char* source, const unsigned char*) noexcept
+{
+    return {source, 0};
+}
+
+} // namespace Platform::Utf::Vector
+
 #endif

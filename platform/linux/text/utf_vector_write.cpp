@@ -389,4 +389,20 @@ Count<char16_t> MeasureUtf8(const char16_t* source, const char16_t* sourceEnd) n
 
 } // namespace Platform::Utf::Vector
 
+#else // other processors take the portable road
+
+namespace Platform::Utf::Vector {
+
+Run<char16_t, char> ToUtf8(const char16_t* source, const char16_t*, char* target, char*) noexcept
+{
+    return {source, target};
+}
+
+Count<char16_t> MeasureUtf8(const char16_t* source, const char16_t*) noexcept
+{
+    return {source, 0};
+}
+
+} // namespace Platform::Utf::Vector
+
 #endif
