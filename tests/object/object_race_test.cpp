@@ -42,6 +42,20 @@ void RunThreads(unsigned count, Work work)
 
 constexpr unsigned threadCount = 4;
 
+// Where the threads of a test wait for each other, any number of times.
+class Meeting {
+public:
+    void Wait()
+    {
+        const unsigned turn = arrived++ / threadCount;
+        while (arrived / threadCount == turn)
+            std::this_thread::yield();
+    }
+
+private:
+    std::atomic<unsigned> arrived{0};
+};
+
 // A few places, each of which holds an object and weak references to whatever stood there. Threads put new
 // objects in, take copies, lock weakly and let go.
 TEST(ObjectRace, ReferencesAndWeakReferencesNeverMeetADeadObject)
@@ -99,21 +113,13 @@ TEST(ObjectRace, ReferencesAndWeakReferencesNeverMeetADeadObject)
 // One object at a time: all threads let go and lock at the same instant.
 TEST(ObjectRace, LastReleaseAgainstLocksAndDetaches)
 {
-    static std::atomic<unsigned> arrived;
+    static Meeting meeting;
     static FacePtr<Named> strong[threadCount];
     static std::unique_ptr<WeakPtr<Named>> weak[threadCount];
     static std::atomic<unsigned> survivals;
-    arrived = 0;
     survivals = 0;
-    constexpr unsigned rounds = 5000;
-    const auto meet = [](unsigned phase) {
-        ++arrived;
-        while (arrived < phase * threadCount)
-            std::this_thread::yield();
-    };
-    RunThreads(threadCount, [&](unsigned self) {
-        unsigned phase = 0;
-        for (unsigned round = 0; round < rounds; ++round) {
+    RunThreads(threadCount, [](unsigned self) {
+        for (int round = 0; round < 5000; ++round) {
             if (self == 0) {
                 const FacePtr<Named> made = MakeFace<Counted>();
                 for (unsigned i = 0; i < threadCount; ++i) {
@@ -121,28 +127,67 @@ TEST(ObjectRace, LastReleaseAgainstLocksAndDetaches)
                     strong[i] = i % 2 == 0 ? made : nullptr;
                 }
             }
-            meet(++phase);
+            meeting.Wait();
             strong[self] = nullptr;
             for (int i = 0; i < 3; ++i)
                 if (const auto taken = weak[(self + 1) % threadCount]->Lock()) {
                     ASSERT_EQ(taken->Name(), 17);
                     ++survivals;
                 }
-            meet(++phase);
+            meeting.Wait();
             weak[self] = nullptr;
-            meet(++phase);
+            meeting.Wait();
         }
     });
     EXPECT_GT(survivals, 0U);
     EXPECT_EQ(living, 0);
 }
 
+struct CountingFirsts {
+    static void Lock() noexcept { ++firsts; }
+    static void Unlock() noexcept { ++lasts; }
+    static inline std::atomic<int> firsts{0};
+    static inline std::atomic<int> lasts{0};
+};
+
+// Nobody has a reference to the object: each round all threads try to take the first one, and let go.
+TEST(ObjectRace, FirstReferenceIsCountedOnceWhoeverLocksIt)
+{
+    static Meeting meeting;
+    static BaseFace::WeakReference weak[threadCount];
+    constexpr int rounds = 5000;
+    RunThreads(threadCount, [](unsigned self) {
+        for (int round = 0; round < rounds; ++round) {
+            if (self == 0) {
+                auto* const bare = new Impl<CountedImpl, CountingFirsts>;
+                for (auto& one : weak)
+                    one.AttachObject(Primary(bare));
+            }
+            meeting.Wait();
+            if (BaseFace* const taken = weak[(self + 1) % threadCount].LockObject()) {
+                ASSERT_EQ(FromPrimary<Named>(taken)->Name(), 17);
+                taken->Release();
+            }
+            meeting.Wait();
+            weak[self].DetachObject();
+            meeting.Wait();
+        }
+    });
+    EXPECT_EQ(CountingFirsts::firsts, rounds);
+    EXPECT_EQ(CountingFirsts::lasts, rounds);
+    EXPECT_EQ(living, 0);
+}
+
 TEST(ObjectRace, SingletonIsAlwaysAlive)
 {
     RunThreads(threadCount, [](unsigned) {
+        WeakPtr<CountedImpl> former;
         for (int i = 0; i < 30000; ++i) {
+            const auto revived = former.Lock();
             const auto single = ImplGlobal<CountedImpl, Module>::Get();
             ASSERT_EQ(single->Name(), 17);
+            ASSERT_TRUE(!revived || revived == single);
+            former = single;
         }
     });
     EXPECT_EQ(living, 0);
