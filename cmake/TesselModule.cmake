@@ -27,6 +27,7 @@ function(tessel_add_module name)
             VERBATIM)
         add_dependencies(${name} tessel::tool)
     endif()
+    set_property(GLOBAL APPEND PROPERTY TESSEL_MODULES ${name})
 endfunction()
 
 # tessel_product_folder(folder targets...)

@@ -18,7 +18,8 @@ void Module_IsUnlocked() { }
 #endif
 
 template <class T>
-struct [[gnu::visibility("default")]] Shared {
+struct [[gnu::visibility("default")]] Shared
+{
     static inline int value = 0;
 };
 

@@ -86,18 +86,25 @@ public:
             sections.push_back(At<SectionHeader>(header.sectionHeaders + i * sizeof(SectionHeader)));
 
         DynamicSection result;
-        for (const SectionHeader& section : sections) {
-            if (section.type == dynamicSymbols)
-                ReadSymbols(section, result.visible);
-            else if (section.type == symbolTable)
-                ReadSymbols(section, result.local);
-            else if (section.type == dynamicTable)
-                ReadFlags(section, result);
-        }
+        if (const SectionHeader* const symbols = Find(dynamicSymbols))
+            ReadSymbols(*symbols, result.visible);
+        if (const SectionHeader* const symbols = Find(symbolTable))
+            ReadSymbols(*symbols, result.local);
+        if (const SectionHeader* const table = Find(dynamicTable))
+            ReadFlags(*table, result);
         return result;
     }
 
 private:
+    // A sound file has one section of these types at most, and a hostile one costs no more for having many.
+    const SectionHeader* Find(SectionType type) const
+    {
+        for (const SectionHeader& section : sections)
+            if (section.type == type)
+                return &section;
+        return nullptr;
+    }
+
     // A structure that lies wholly within the file; the offset may be any number.
     template <class Structure>
     Structure At(std::uint64_t offset) const
@@ -131,14 +138,14 @@ private:
         });
     }
 
-    std::string NameAt(const SectionHeader& names, std::uint32_t offset) const
+    // Cut off at a length that no compiler makes, for names may overlap.
+    std::string_view NameAt(const SectionHeader& names, std::uint32_t offset) const
     {
-        constexpr std::size_t longest = 1 << 16; // so that overlapping names cannot fill the memory
+        constexpr std::size_t longest = 1 << 16;
         At<char>(names.offset); // within the file, so that the sum below does not wrap
         At<char>(names.offset + offset);
-        const char* const begin = bytes.data() + names.offset + offset;
-        const std::size_t room = bytes.size() - names.offset - offset;
-        return {begin, strnlen(begin, room < longest ? room : longest)};
+        const std::string_view rest = std::string_view(bytes).substr(names.offset + offset, longest);
+        return rest.substr(0, rest.find('\0'));
     }
 
     void ReadFlags(const SectionHeader& section, DynamicSection& out) const

@@ -4,12 +4,13 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Tool {
 
 struct Symbol {
-    std::string name; // mangled, without a version
+    std::string_view name; // mangled, without a version; lies in the file's bytes
     bool isDefined;
     bool isUnique; // at most one in the whole process, whatever module defines it
 };

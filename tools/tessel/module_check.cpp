@@ -40,12 +40,13 @@ constexpr CallRule callRules[] = {
 
 constexpr const char* exportNames[] = {"Module_GetStaticList", "Module_IsUnlocked"};
 
-std::string Readable(const std::string& mangled)
+std::string Readable(std::string_view name)
 {
+    const std::string mangled(name);
     int status = 0;
-    const std::unique_ptr<char, decltype(&std::free)> name(
+    const std::unique_ptr<char, decltype(&std::free)> readable(
         abi::__cxa_demangle(mangled.c_str(), nullptr, nullptr, &status), &std::free);
-    return status == 0 && name ? name.get() : mangled;
+    return status == 0 && readable ? readable.get() : mangled;
 }
 
 void CheckFlags(const DynamicSection& module, std::vector<Finding>& out)
@@ -93,7 +94,7 @@ void CheckExceptionPointers(const DynamicSection& module, std::vector<Finding>& 
 {
     for (const auto* symbols : {&module.visible, &module.local})
         for (const Symbol& symbol : *symbols)
-            if (symbol.isDefined && symbol.name.find("__dest_thunk") != std::string::npos) {
+            if (symbol.isDefined && symbol.name.find("__dest_thunk") != std::string_view::npos) {
                 out.push_back({false, "std::make_exception_ptr",
                     "the std::exception_ptr calls into the module when it goes: a crash if the module left "
                     "before",

@@ -38,7 +38,8 @@ ExitCode Check(const std::string& path)
 {
     try {
         ExitCode result = good;
-        for (const Tool::Finding& finding : Tool::CheckModule(Tool::ReadDynamicSection(ReadFile(path)))) {
+        const std::string file = ReadFile(path);
+        for (const Tool::Finding& finding : Tool::CheckModule(Tool::ReadDynamicSection(file))) {
             std::cerr << path << (finding.isFatal ? ": error: " : ": warning: ") << finding.what << ": "
                       << finding.reason << "\n    " << finding.cure << '\n';
             if (finding.isFatal)
