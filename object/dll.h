@@ -10,8 +10,8 @@
 
 namespace Object {
 
-// Frees its load of the module when the last reference goes, unless objects of the module are still alive: then
-// the module stays in memory for ever, for nothing is unmapped beneath a living object.
+// Frees its load of the module when the last reference goes, unless objects of the module are still alive:
+// then the module stays in memory for ever, for nothing is unmapped beneath a living object.
 class Dll : public Face<> {
 public:
     // Loads a file. Null if it cannot be loaded or does not have both exports of a client module.

@@ -114,9 +114,9 @@ public:
     void PrintfV(const Char* format, std::va_list list) noexcept;
 
     // Replaces the text by a message with inserts %1 to %99, by default texts of this flavour; %1!d! and the
-    // like take numbers of at most 64 bits. The format must not ask for more inserts than there are arguments,
-    // which nobody checks: a format is the program's own text. A null or empty format, or one that cannot be carried out, clears
-    // the string.
+    // like take numbers of at most 64 bits. The format must not ask for more inserts than there are
+    // arguments, which nobody checks: a format is the program's own text. A null or empty format, or one that
+    // cannot be carried out, clears the string.
     template <class... Arguments>
     void Format(const Char* format, const Arguments&... arguments) noexcept
     {

@@ -15,7 +15,8 @@ struct Manager : Face<> {
     // passes follow until one changes nothing. A call while another one runs, in whatever thread, returns at
     // once. Throws what an item throws.
     virtual void Cleanup(bool force) = 0;
-    // Puts an item, to which the caller holds a reference, on the list, which does not keep it alive. There is no way to take it off again.
+    // Puts an item, to which the caller holds a reference, on the list, which does not keep it alive. There
+    // is no way to take it off again.
     virtual void AddItem(Item* item) = 0;
 
     TESSEL_API static FacePtr<Manager> Get();
