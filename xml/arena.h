@@ -16,11 +16,16 @@ public:
     // Memory not yet initialised, aligned as far as the sizes of all pieces, and at most to 16.
     void* Take(std::size_t bytes)
     {
-        if (bytes > static_cast<std::size_t>(end - at))
-            Grow(bytes);
-        void* const piece = at;
+        void* const piece = Reserve(bytes);
         at += bytes;
         return piece;
+    }
+    // Where the next piece will be, if it is not larger.
+    void* Reserve(std::size_t bytes)
+    {
+        if (bytes > static_cast<std::size_t>(end - at))
+            Grow(bytes);
+        return at;
     }
     // Zeroes all that was taken, for good.
     void Wipe() noexcept;

@@ -1,6 +1,6 @@
 #include "xml/cursor.h"
 
-#include <algorithm>
+#include "xml/scan.h"
 
 namespace Xml {
 
@@ -8,7 +8,7 @@ namespace Xml {
 Cursor::Position Cursor::GetPosition() const noexcept
 {
     Position position = beginPosition;
-    const auto lineFeeds = static_cast<std::uint32_t>(std::count(begin, at, u'\n'));
+    const auto lineFeeds = static_cast<std::uint32_t>(Scan::CountLineFeeds(begin, at));
     const char16_t* lineBegin = begin;
     if (lineFeeds != 0) {
         position.line += lineFeeds;

@@ -1,6 +1,5 @@
 #include "xml/layout.h"
 
-#include "xml/scan.h"
 #include <tessel/base/error.h>
 
 namespace Xml {
@@ -31,12 +30,15 @@ void Layout::BeginTag(std::u16string_view name)
     output.Add(name);
 }
 
-void Layout::AddAttribute(std::u16string_view name, std::u16string_view value)
+void Layout::BeginAttribute(std::u16string_view name)
 {
     output.Add(u' ');
     output.Add(name);
     output.Add(u"=\"");
-    Escape<u'&', u'<', u'"'>(value);
+}
+
+void Layout::EndAttribute()
+{
     output.Add(u'"');
 }
 
@@ -50,26 +52,6 @@ void Layout::Close(std::u16string_view name)
     output.Add(u"</");
     output.Add(name);
     output.Add(u'>');
-}
-
-template <char16_t... escaped>
-void Layout::Escape(std::u16string_view text)
-{
-    const char16_t* at = text.data();
-    const char16_t* const end = at + text.size();
-    for (;;) {
-        const char16_t* const found = Scan::FirstOf<escaped...>(at, end);
-        output.Add({at, static_cast<std::size_t>(found - at)});
-        if (found == end)
-            return;
-        output.Add(*found == u'&' ? u"&amp;" : *found == u'<' ? u"&lt;" : u"&quot;");
-        at = found + 1;
-    }
-}
-
-void Layout::Text(std::u16string_view text)
-{
-    Escape<u'&', u'<'>(text);
 }
 
 void Layout::Section(std::u16string_view text)

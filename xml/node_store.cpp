@@ -2,19 +2,10 @@
 
 #include "xml/member_list.h"
 
-#include <cstring>
 #include <new>
 #include <utility>
 
 namespace Xml {
-
-WideString MakeString(std::u16string_view view)
-{
-    WideString string(view.data(), view.data() + view.size());
-    if (string.IsEmpty() && !view.empty())
-        throw std::bad_alloc();
-    return string;
-}
 
 // Keeps (1): only the first pin of a node is told to its parent.
 void NodeStore::Pin(DomNode& node) noexcept
@@ -97,12 +88,9 @@ Text NodeStore::Pack(std::u16string_view view)
 {
     if (view.empty())
         return {};
-    const std::size_t bytes = view.size() * sizeof(char16_t);
-    constexpr std::size_t unit = alignof(Text::Packed);
-    void* const place = texts.Take(sizeof(Text::Packed) + (bytes + unit - 1) / unit * unit);
-    auto* const packed = ::new (place) Text::Packed{static_cast<std::uint32_t>(view.size())};
-    std::memcpy(packed + 1, view.data(), bytes);
-    return Text(packed);
+    void* const place = texts.Reserve(sizeof(Text::Packed) + view.size() * sizeof(char16_t));
+    texts.Take(Text::Pack(view, place));
+    return Text(static_cast<const Text::Packed*>(place));
 }
 
 Text NodeStore::MakeText(const WideString& string)

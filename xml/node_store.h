@@ -100,7 +100,7 @@ public:
     // Up to a length the characters are packed, beyond it they become a string.
     Text MakeText(std::u16string_view view)
     {
-        return view.size() < longest ? Pack(view) : Own(MakeString(view), view.size());
+        return view.size() <= Text::Packed::longest ? Pack(view) : Own(MakeString(view), view.size());
     }
     Text MakeText(const WideString& string);
     Text Own(WideString string, std::size_t length);
@@ -113,8 +113,6 @@ public:
     Attributes::Tree* attributeTrees = nullptr;
 
 private:
-    static constexpr std::size_t longest = 2048; // a string wastes little from there on
-
     ~NodeStore();
 
     void EndTree(DomNode& top) noexcept;

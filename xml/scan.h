@@ -1,12 +1,31 @@
 // Searches in a range of characters: each gives the first one of a kind, or the end.
 #pragma once
 
+#include "xml/block.h"
 #include "xml/characters.h"
 
-#include <cstdint>
-#include <cstring>
+#include <algorithm>
 
 namespace Xml::Scan {
+
+inline std::size_t CountBlocks(const char16_t* from, const char16_t* to) noexcept
+{
+    return static_cast<std::size_t>(to - from) / blockUnits;
+}
+
+// The first one that is among those sought.
+template <char16_t... sought>
+const char16_t* FirstOf(const char16_t* from, const char16_t* to) noexcept
+{
+    for (std::size_t left = CountBlocks(from, to); left != 0; --left, from += blockUnits) {
+        const Block block = LoadBlock(from);
+        if (IsAnySet((IsEqual<sought>(block) | ...)))
+            break;
+    }
+    while (from != to && ((*from != sought) && ...))
+        ++from;
+    return from;
+}
 
 inline const char16_t* NoBlank(const char16_t* from, const char16_t* to) noexcept
 {
@@ -22,23 +41,18 @@ inline const char16_t* NoNameCharacter(const char16_t* from, const char16_t* to)
     return from;
 }
 
-// Four characters at a time: the usual test for a zero in one of the parts of a word.
-template <char16_t... sought>
-const char16_t* FirstOf(const char16_t* from, const char16_t* to) noexcept
+inline std::size_t CountLineFeeds(const char16_t* from, const char16_t* to) noexcept
 {
-    constexpr std::uint64_t ones = 0x0001000100010001;
-    constexpr std::uint64_t highs = 0x8000800080008000;
-    constexpr auto zeros = [](std::uint64_t word) { return (word - ones) & ~word & highs; };
-    while (to - from >= 4) {
-        std::uint64_t word = 0;
-        std::memcpy(&word, from, sizeof word);
-        if ((zeros(word ^ (ones * sought)) | ...) != 0)
-            break;
-        from += 4;
+    constexpr std::size_t mostBlocks = 0xFFFF; // what one place of a block can count
+    std::size_t count = 0;
+    while (std::size_t left = std::min(CountBlocks(from, to), mostBlocks)) {
+        Block counts{};
+        for (; left != 0; --left, from += blockUnits)
+            counts -= IsEqual<u'\n'>(LoadBlock(from));
+        for (std::size_t i = 0; i < blockUnits; ++i)
+            count += counts[i];
     }
-    while (from != to && ((*from != sought) && ...))
-        ++from;
-    return from;
+    return count + static_cast<std::size_t>(std::count(from, to, u'\n'));
 }
 
 } // namespace Xml::Scan

@@ -26,7 +26,9 @@ void WriteTag(Layout& layout, const ElementRecord& element)
         [](const Attribute& attribute) { Layout::RequireName(attribute.name->isValid); });
     layout.BeginTag(element.name->View());
     element.attributes.ForEach([&layout](const Attribute& attribute) {
-        layout.AddAttribute(attribute.name->View(), attribute.value.View());
+        layout.BeginAttribute(attribute.name->View());
+        attribute.value.ForEachPiece([&layout](std::u16string_view piece) { layout.AddValue(piece); });
+        layout.EndAttribute();
     });
     layout.EndTag(element.first == nullptr);
 }
@@ -37,13 +39,13 @@ void WriteNode(Layout& layout, DomNode& node, std::uint32_t depth)
         layout.BreakLine(depth);
     if (node.IsElement())
         return WriteTag(layout, static_cast<ElementRecord&>(node));
-    const std::u16string_view text = static_cast<LeafRecord&>(node).text.View();
+    const Text text = static_cast<LeafRecord&>(node).text;
     if (node.kind == NodeType::Text)
-        layout.Text(text);
+        text.ForEachPiece([&layout](std::u16string_view piece) { layout.AddText(piece); });
     else if (node.kind == NodeType::CData)
-        layout.Section(text);
+        layout.Section(text.Get().c_str());
     else if (node.kind == NodeType::Comment)
-        layout.Comment(text);
+        layout.Comment(text.Get().c_str());
 }
 
 void WriteStored(Layout& layout, const DocumentRecord& document)
@@ -126,7 +128,7 @@ void FaceWalk::Write(const FacePtr<Node>& node, std::uint32_t depth, bool mayBre
         WriteElement(node.Cast<Element>("xml"), depth);
         break;
     case NodeType::Text:
-        layout.Text(node->GetValue().c_str());
+        layout.AddText(node->GetValue().c_str());
         break;
     case NodeType::CData:
         layout.Section(node->GetValue().c_str());
@@ -146,8 +148,11 @@ void FaceWalk::WriteElement(const FacePtr<Element>& element, std::uint32_t depth
         Layout::RequireName(IsValidName(attribute.c_str()));
     std::vector<FacePtr<Node>> children = element->GetChildren();
     layout.BeginTag(name.c_str());
-    for (const WideString& attribute : attributes)
-        layout.AddAttribute(attribute.c_str(), element->GetAttribute(attribute).c_str());
+    for (const WideString& attribute : attributes) {
+        layout.BeginAttribute(attribute.c_str());
+        layout.AddValue(element->GetAttribute(attribute).c_str());
+        layout.EndAttribute();
+    }
     layout.EndTag(children.empty());
     if (!children.empty())
         open.push_back({std::move(children), false, depth + 1, name});

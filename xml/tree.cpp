@@ -64,7 +64,8 @@ void MergeRun(NodeStore& store, LeafRecord& first)
     const auto isContinued = [&first] { return first.next != nullptr && first.next->IsText(); };
     TextBuilder joined;
     for (DomNode* node = &first; node != nullptr && node->IsText(); node = node->next)
-        joined.Add(static_cast<LeafRecord*>(node)->text.View());
+        static_cast<LeafRecord*>(node)->text.ForEachPiece(
+            [&joined](std::u16string_view piece) { joined.Add(piece); });
     const SectionLock lock(store.section);
     const Text text = store.Own(MakeString(joined.View()), joined.GetLength());
     store.Free(std::exchange(first.text, text));
