@@ -103,20 +103,6 @@ inline __m128i LoadShort(const unsigned char* source, std::size_t bytes) noexcep
     return _mm_shuffle_epi8(Load(end - blockBytes), Load(slide + blockBytes - left));
 }
 
-// Where four blocks begin that cover a text of one to four blocks, whatever its length: at the start and at
-// these places. They overlap. Units are those of the text; the last block is given.
-struct FourBlocks {
-    FourBlocks(std::ptrdiff_t lastBlock, std::ptrdiff_t block) noexcept
-        : second(lastBlock < block ? lastBlock : block),
-          third(lastBlock > block ? lastBlock - block : 0),
-          last(lastBlock)
-    {
-    }
-    std::ptrdiff_t second;
-    std::ptrdiff_t third;
-    std::ptrdiff_t last;
-};
-
 template <std::size_t piece>
 bool CopyInTwo(unsigned char* target, const unsigned char* source, std::size_t bytes) noexcept
 {

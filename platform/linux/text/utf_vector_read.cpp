@@ -230,20 +230,6 @@ public:
         return true;
     }
 
-    void TakeAscii(const unsigned char* source, const FourBlocks& blocks) noexcept
-    {
-        const auto widen = [this, source](std::ptrdiff_t place) {
-            const __m128i block = Load(source + place);
-            Store(next + place, _mm_unpacklo_epi8(block, _mm_setzero_si128()));
-            Store(next + place + 8, _mm_unpackhi_epi8(block, _mm_setzero_si128()));
-        };
-        widen(0);
-        widen(blocks.second);
-        widen(blocks.third);
-        widen(blocks.last);
-        next += blocks.last + blockBytes;
-    }
-
     template <Kind kind>
     [[gnu::target("ssse3,popcnt"), gnu::always_inline]] inline void Take(const Chars& chars) noexcept
     {
@@ -274,11 +260,6 @@ public:
     std::size_t Units() const noexcept { return units; }
     void TakeBack(std::ptrdiff_t chars) noexcept { units -= static_cast<std::size_t>(chars); }
 
-    void TakeAscii(const unsigned char*, const FourBlocks& blocks) noexcept
-    {
-        units += static_cast<std::size_t>(blocks.last + blockBytes);
-    }
-
     template <Kind kind>
     [[gnu::target("ssse3,popcnt"), gnu::always_inline]] inline void Take(const Chars& chars) noexcept
     {
@@ -302,8 +283,6 @@ public:
     // Takes all that is valid and whole, and gives what is left.
     [[gnu::target("ssse3,popcnt"), gnu::always_inline]] inline const unsigned char* Read() noexcept
     {
-        if (end - next >= blockBytes && end - next <= strideBytes)
-            ReadShortText();
         while (end - next >= strideBytes && sink.HasRoom(strideBytes) && ReadStride()) { }
         while (end != next && ReadBlock()) { }
         StepBack();
@@ -311,34 +290,6 @@ public:
     }
 
 private:
-    // A text of one to four blocks, of which any number may be left over. Its kind is found without a loop:
-    // four blocks that overlap cover every length.
-    [[gnu::target("ssse3,popcnt"), gnu::always_inline]] inline void ReadShortText() noexcept
-    {
-        const FourBlocks blocks(end - next - blockBytes, blockBytes);
-        const __m128i highest = _mm_max_epu8(_mm_max_epu8(Load(next), Load(next + blocks.second)),
-            _mm_max_epu8(Load(next + blocks.third), Load(next + blocks.last)));
-        switch (KindOf(highest)) {
-        case Kind::Ascii:
-            if (!sink.HasRoom(end - next))
-                return;
-            sink.TakeAscii(next, blocks);
-            next = end;
-            return;
-        case Kind::TwoBytes:
-            while (next != end && ReadBlockOf<Kind::TwoBytes>(NextBlock())) { }
-            return;
-        default:
-            while (next != end && ReadBlockOf<Kind::FourBytes>(NextBlock())) { }
-            return;
-        }
-    }
-
-    [[gnu::target("ssse3,popcnt"), gnu::always_inline]] inline __m128i NextBlock() const noexcept
-    {
-        return end - next >= blockBytes ? Load(next) : LoadLast(start, next, end);
-    }
-
     [[gnu::target("ssse3,popcnt"), gnu::always_inline]] inline bool ReadStride() noexcept
     {
         const __m128i highest = _mm_max_epu8(_mm_max_epu8(Load(next), Load(next + 16)),
@@ -397,7 +348,7 @@ private:
 
     [[gnu::target("ssse3,popcnt"), gnu::always_inline]] inline bool ReadBlock() noexcept
     {
-        const __m128i block = NextBlock();
+        const __m128i block = end - next >= blockBytes ? Load(next) : LoadLast(start, next, end);
         switch (KindOf(_mm_max_epu8(block, previous))) {
         case Kind::Ascii:
             return ReadBlockOf<Kind::Ascii>(block);
