@@ -5,6 +5,7 @@
 #include "platform/linux/files/calls.h"
 #include "platform/linux/files/disk_path.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstring>
 
@@ -33,7 +34,7 @@ std::size_t Join(char* folder, const char* relative) noexcept
     if (bytes != 1 || folder[0] != '/')
         folder[bytes++] = '/';
     const std::size_t added = std::strlen(relative);
-    std::memcpy(folder + bytes, relative, added);
+    std::copy_n(relative, added, folder + bytes);
     return bytes + added;
 }
 

@@ -156,7 +156,7 @@ CountedObject* Borrow(Handle handle, Accept accept) noexcept
         }
         if (BorrowsOf(borrowed) >= borrowLimit)
             SettleBorrows(*slot, borrowed, *object);
-        return object;
+        return object; // NOLINT(clang-analyzer-cplusplus.NewDelete): the borrow keeps it alive
     }
     SetLastError(ERROR_INVALID_HANDLE);
     return nullptr;

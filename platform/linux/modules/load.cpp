@@ -13,9 +13,9 @@
 #include <algorithm>
 #include <atomic>
 #include <climits>
+#include <clocale>
 #include <cstring>
 #include <dlfcn.h>
-#include <locale.h>
 
 namespace Platform {
 
