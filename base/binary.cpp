@@ -20,12 +20,6 @@ unsigned char nothing[1];
 
 } // namespace
 
-Binary::Binary(const void* bytes, std::uint32_t count) noexcept
-{
-    if (count != 0 && CtorPrepareWriting(count) != nullptr)
-        std::memcpy(block->Bytes(), bytes, count);
-}
-
 unsigned char* Binary::CtorPrepareWriting(std::uint32_t size) noexcept
 {
     const std::uint32_t capacity = StepUp(size);

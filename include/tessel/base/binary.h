@@ -12,6 +12,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <utility>
 
 class Binary {
@@ -113,6 +114,12 @@ private:
     Block* block = nullptr;
 };
 static_assert(sizeof(Binary) == sizeof(void*));
+
+inline Binary::Binary(const void* bytes, std::uint32_t count) noexcept
+{
+    if (count != 0 && CtorPrepareWriting(count) != nullptr)
+        std::memcpy(block->Bytes(), bytes, count);
+}
 
 inline Binary& Binary::operator+=(const Binary& other) noexcept
 {
