@@ -57,9 +57,9 @@ private:
     };
     struct Contents;
 
-    const NameMap* Read() const noexcept;
-    NameMap& Write();
-    void WriteTo(WriteArchive& archive) const;
+    TESSEL_HIDDEN const NameMap* Read() const noexcept;
+    TESSEL_HIDDEN NameMap& Write();
+    TESSEL_HIDDEN void WriteTo(WriteArchive& archive) const;
 
     Shared* shared = nullptr; // null: an empty bag
 };

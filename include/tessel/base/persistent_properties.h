@@ -60,11 +60,12 @@ public:
 private:
     enum class OnFailure { giveNull, giveNullIfMissing, raise };
 
-    std::uint64_t AccessKey(bool forWriting, OnFailure onFailure) const;
-    std::uint64_t Root() const noexcept;
-    void CloseKey() const noexcept;
-    WideString FullName(const WideString& name) const;
-    void SetValue(const WideString& name, std::uint32_t type, const void* bytes, std::uint32_t size);
+    TESSEL_HIDDEN std::uint64_t AccessKey(bool forWriting, OnFailure onFailure) const;
+    TESSEL_HIDDEN std::uint64_t Root() const noexcept;
+    TESSEL_HIDDEN void CloseKey() const noexcept;
+    TESSEL_HIDDEN WideString FullName(const WideString& name) const;
+    TESSEL_HIDDEN void SetValue(
+        const WideString& name, std::uint32_t type, const void* bytes, std::uint32_t size);
 
     mutable std::uint64_t key = 0; // 0: closed
     mutable bool keyWritable = false;
