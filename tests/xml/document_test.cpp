@@ -1,0 +1,274 @@
+#include "tests/xml/documents.h"
+#include "xml/document_factory.h"
+#include "xml/reader_writer.h"
+#include <tessel/base/error.h>
+#include <tessel/module.h>
+#include <tessel/object/impl.h>
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <thread>
+
+using Xml::NodeType;
+
+namespace {
+
+std::vector<std::string> Names(const std::vector<WideString>& texts)
+{
+    std::vector<std::string> names;
+    for (const WideString& text : texts)
+        names.push_back(Narrow(text));
+    return names;
+}
+
+bool HasFace(const FacePtr<Xml::Node>& node, const char16_t* iid)
+{
+    return static_cast<bool>(FacePtr<BaseFace>::Adopt(node->Cast(iid)));
+}
+
+} // namespace
+
+TEST(Classes, ListTheirInterfaces)
+{
+    Object::ClassInfoList classes;
+    MakeFace<Impl<Xml::ReaderWriterFactory, Module>>()->ListClasses(classes);
+    MakeFace<Impl<Xml::DocumentFactory, Module>>()->ListClasses(classes);
+    std::string listed;
+    for (const Object::ClassInfo& described : classes) {
+        listed += Narrow(described.clsid) + ":";
+        for (const WideString& name : described.interfaces)
+            listed += " " + Narrow(name);
+        listed += "\n";
+    }
+    EXPECT_EQ(listed,
+        "CID_Xml::Reader: IID_Xml::Reader IID_BaseFace\n"
+        "CID_Xml::Writer: IID_Xml::Writer IID_BaseFace\n"
+        "CID_Xml::Document: IID_Xml::DocumentNode IID_Xml::Document IID_Xml::ParentNode IID_Xml::Node "
+        "IID_BaseFace\n");
+    // The two are one object, a document is made anew.
+    EXPECT_EQ(FacePtr<BaseFace>(GetReader().TryCast<Xml::Writer>()), FacePtr<BaseFace>(GetWriter()));
+    EXPECT_NE(MakeEmptyDocument(), MakeEmptyDocument());
+}
+
+TEST(Facades, AnswerToTheInterfacesOfTheirKind)
+{
+    const FacePtr<Xml::Document> document = GetReader()->Read(u"<a>x</a>");
+    const FacePtr<Xml::Node> element = document->GetRootElement();
+    const FacePtr<Xml::Node> text = document->GetRootElement()->GetChildren()[0];
+    const struct {
+        const char16_t* iid;
+        bool ofDocument, ofElement, ofText;
+    } rows[] = {{u"IID_BaseFace", true, true, true}, {u"IID_Xml::Node", true, true, true},
+        {u"IID_Xml::ParentNode", true, true, false}, {u"IID_Xml::Element", false, true, false},
+        {u"IID_Xml::Document", true, false, false}, {u"IID_Xml::DocumentNode", true, false, false},
+        {u"IID_Xml::DomNode", false, false, false}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(HasFace(document, row.iid), row.ofDocument) << Narrow(row.iid);
+        EXPECT_EQ(HasFace(element, row.iid), row.ofElement) << Narrow(row.iid);
+        EXPECT_EQ(HasFace(text, row.iid), row.ofText) << Narrow(row.iid);
+    }
+    EXPECT_THROW(text.Cast<Xml::ParentNode>("xml"), Error);
+}
+
+TEST(Facades, AreNewOnEachCall)
+{
+    const FacePtr<Xml::Element> root = ReadRoot("<a><b/></a>");
+    EXPECT_NE(root->GetChildren()[0], root->GetChildren()[0]);
+    EXPECT_NE(root->GetParent(), root->GetParent());
+    EXPECT_NE(root->GetChildElement(u"b", false), root->GetChildElement(u"b", false));
+}
+
+TEST(Facades, KeepTheDocumentAlive)
+{
+    FacePtr<Xml::Node> deepest = ReadRoot("<a><b><c>x</c></b></a>");
+    while (const FacePtr<Xml::ParentNode> parent = deepest.TryCast<Xml::ParentNode>())
+        deepest = parent->GetChildren()[0];
+    EXPECT_EQ(Tell(deepest), "'x'");
+    EXPECT_EQ(Tell(deepest->GetParent()->GetParent()->GetParent()), "a(b(c('x')))");
+    EXPECT_EQ(deepest->GetParent()->GetParent()->GetParent()->GetParent()->GetType(), NodeType::Document);
+}
+
+TEST(Facades, AreReleasedInAnyThread)
+{
+    for (int round = 0; round < 200; ++round) {
+        std::vector<FacePtr<Xml::Node>> held[2];
+        {
+            const FacePtr<Xml::Element> root = ReadRoot("<a><b>x</b><c>y</c><d/></a>");
+            held[0] = root->GetChildren();
+            held[1] = root->GetChildren();
+            root->RemoveChild(held[0][0]);
+            root->RemoveChild(held[0][1]);
+        }
+        std::thread other([&] { held[1].clear(); });
+        held[0].clear();
+        other.join();
+    }
+}
+
+TEST(Document, StartsEmptyAndHasNoValue)
+{
+    const FacePtr<Xml::Document> document = MakeEmptyDocument();
+    document->SetValue(u"x");
+    EXPECT_EQ(document->GetType(), NodeType::Document);
+    EXPECT_TRUE(document->GetValue().IsEmpty());
+    EXPECT_TRUE(document->GetChildren().empty());
+    EXPECT_EQ(document->GetRootElement(), nullptr);
+    EXPECT_EQ(document->GetParent(), nullptr);
+}
+
+TEST(Document, HasCommentsAndOneElement)
+{
+    const FacePtr<Xml::Document> document = MakeEmptyDocument();
+    const auto insert = [&](NodeType type) {
+        return FailureOf([&] { document->InsertChild(type, u"x", nullptr); });
+    };
+    EXPECT_EQ(insert(NodeType::Comment), "");
+    EXPECT_EQ(insert(NodeType::Element), "");
+    EXPECT_EQ(insert(NodeType::Comment), "");
+    for (const NodeType type : {NodeType::Element, NodeType::Text, NodeType::CData, NodeType::Document})
+        EXPECT_EQ(insert(type), "xml-domnode-err");
+    EXPECT_EQ(FailureOf([&] { document->GetRootElement()->InsertChild(NodeType::Document, u"", nullptr); }),
+        "xml-domnode-err");
+    document->RemoveChild(document->GetRootElement());
+    EXPECT_EQ(document->GetRootElement(), nullptr);
+    document->InsertChild(NodeType::Element, u"new", nullptr);
+    EXPECT_EQ(Tell(document), "!x! !x! new");
+    EXPECT_EQ(Tell(document->GetRootElement()), "new");
+}
+
+TEST(Children, GoInFrontOfTheOneShownOrToTheEnd)
+{
+    const FacePtr<Xml::Element> root = ReadRoot("<r><a/><b/></r>");
+    root->InsertChild(NodeType::Text, u"1", root->GetChildren()[0]);
+    root->InsertChild(NodeType::Text, u"2", root->GetChildElement(u"b", false));
+    root->InsertChild(NodeType::Text, u"3", nullptr);
+    root->InsertChild(
+        NodeType::Text, u"4", ReadRoot("<r><a/></r>")->GetChildren()[0]); // no child of this one
+    root->InsertChild(NodeType::Text, u"5", root);
+    EXPECT_EQ(Tell(root), "r('1' a '2' b '3' '4' '5')");
+    EXPECT_EQ(
+        root->InsertChild(static_cast<NodeType>(9), u"x", nullptr)->GetType(), static_cast<NodeType>(9));
+}
+
+TEST(Children, ThatAreTakenOutLiveOnAsATreeOfTheirOwn)
+{
+    FacePtr<Xml::Element> taken;
+    FacePtr<Xml::Node> below;
+    {
+        const FacePtr<Xml::Document> document = GetReader()->Read(u"<r><a/><b><c/>x</b><d/></r>");
+        const FacePtr<Xml::Element> root = document->GetRootElement();
+        taken = root->GetChildElement(u"b", false);
+        below = taken->GetChildren()[1];
+        root->RemoveChild(root->GetChildren()[1]); // another facade of it
+        EXPECT_EQ(Tell(document), "r(a d)");
+        root->RemoveChild(taken);
+        root->RemoveChild(below);
+        root->RemoveChild(nullptr);
+        root->RemoveChild(root);
+        EXPECT_EQ(Tell(document), "r(a d)");
+        root->InsertChild(NodeType::Element, u"e", taken);
+        EXPECT_EQ(Tell(document), "r(a d e)");
+    }
+    EXPECT_EQ(taken->GetParent(), nullptr);
+    taken->InsertChild(NodeType::Comment, u"new", below);
+    EXPECT_EQ(Tell(taken), "b(c !new! 'x')");
+    taken = nullptr; // what is below holds it, although it was shown before
+    EXPECT_EQ(Tell(below->GetParent()), "b(c !new! 'x')");
+}
+
+TEST(Elements, HaveAttributesInTheOrderOfTheirNames)
+{
+    const FacePtr<Xml::Element> element = ReadRoot("<r/>");
+    for (const char16_t* name : {u"b", u"a", u"B", u"\xE9", u"aa"})
+        element->SetAttribute(name, name);
+    element->SetAttribute(u"a", u"second");
+    EXPECT_EQ(
+        Names(element->GetAttributeNames()), (std::vector<std::string>{"B", "a", "aa", "b", "\xC3\xA9"}));
+    EXPECT_EQ(Narrow(element->GetAttribute(u"a")), "second");
+    EXPECT_TRUE(element->GetAttribute(u"none").IsEmpty());
+    EXPECT_EQ(Narrow(element->GetAttribute(u"none", u"x")), "x");
+    element->SetAttribute(u"empty", u"");
+    EXPECT_TRUE(element->HasAttribute(u"empty"));
+    EXPECT_TRUE(element->GetAttribute(u"empty", u"x").IsEmpty());
+    EXPECT_EQ(element->RemoveAttribute(u"a"), 1U);
+    EXPECT_EQ(element->RemoveAttribute(u"a"), 0U);
+    EXPECT_FALSE(element->HasAttribute(u"a"));
+}
+
+// From an array to a tree and through both, against the container of the standard library.
+TEST(Elements, HaveAnyNumberOfAttributes)
+{
+    const FacePtr<Xml::Element> element = ReadRoot("<r b='1' a='2'/>");
+    std::map<std::string, std::string> expected{{"a", "2"}, {"b", "1"}};
+    unsigned random = 1;
+    for (int i = 0; i < 2000; ++i) {
+        random = random * 1664525 + 1013904223;
+        const std::string name = "n" + std::to_string((random >> 16) % (i < 1000 ? 300 : 30));
+        const bool isAdded = (random >> 8) % 3 != 0;
+        if (isAdded)
+            element->SetAttribute(Wide(name), Wide(std::to_string(i)));
+        else
+            EXPECT_EQ(element->RemoveAttribute(Wide(name)), expected.count(name));
+        if (isAdded)
+            expected[name] = std::to_string(i);
+        else
+            expected.erase(name);
+    }
+    std::map<std::string, std::string> actual;
+    for (const WideString& name : element->GetAttributeNames())
+        actual[Narrow(name)] = Narrow(element->GetAttribute(name));
+    EXPECT_EQ(actual, expected);
+    EXPECT_TRUE(std::is_sorted(expected.begin(), expected.end()));
+}
+
+TEST(Elements, FindOrMakeAChildByName)
+{
+    const FacePtr<Xml::Element> root = ReadRoot("<r>a<b x='1'><a/></b><b x='2'/></r>");
+    EXPECT_EQ(Tell(root->GetChildElement(u"b", true)), "b{x=1}(a)");
+    EXPECT_EQ(root->GetChildElement(u"a", false), nullptr);
+    root->GetChildElement(u"a", true)->SetAttribute(u"y", u"3");
+    EXPECT_EQ(Tell(root->GetChildElement(u"a", true)), "a{y=3}");
+    EXPECT_EQ(Tell(root), "r('a' b{x=1}(a) b{x=2} a{y=3})");
+    EXPECT_EQ(FailureOf([&] { root->FindElements(u"a"); }), "xml-find-notimpl");
+    EXPECT_EQ(FailureOf([&] { root->FindElement(u"a"); }), "xml-find-notimpl");
+}
+
+TEST(Elements, AreRenamedAndTextsReplaced)
+{
+    const FacePtr<Xml::Element> root = ReadRoot("<r><b>x</b><b/></r>");
+    const FacePtr<Xml::Element> first = root->GetChildElement(u"b", false);
+    first->SetValue(u"new");
+    first->GetChildren()[0]->SetValue(u"y\x20AC");
+    EXPECT_EQ(Tell(root), "r(new('y\xE2\x82\xAC') b)");
+    first->SetValue(u"");
+    EXPECT_TRUE(first->GetValue().IsEmpty());
+}
+
+TEST(Normalize, MergesTextAndTurnsSections)
+{
+    const auto normalized = [](const char* text, std::uint32_t flags) {
+        const FacePtr<Xml::Element> root = ReadRoot(text);
+        for (int i = 0; i < 2; ++i)
+            root->InsertChild(NodeType::Text, i == 0 ? u"2" : u"1", root->GetChildren()[0]);
+        root->Normalize(flags);
+        return Tell(root);
+    };
+    const char* const text = "<r><!--c-->3<![CDATA[4]]>5<a>6<![CDATA[7]]></a></r>";
+    EXPECT_EQ(normalized(text, 0), "r('1' '2' !c! '3' [4] '5' a('6' [7]))");
+    EXPECT_EQ(normalized(text, 1), "r('12' !c! '3' [4] '5' a('6' [7]))");
+    EXPECT_EQ(normalized(text, 2), "r('1' '2' !c! '3' '4' '5' a('6' '7'))");
+    EXPECT_EQ(normalized(text, 3 | 0xF0), "r('12' !c! '345' a('67'))");
+}
+
+TEST(Normalize, ChangesWhatFacadesShow)
+{
+    const FacePtr<Xml::Element> root = ReadRoot("<r>1<![CDATA[2]]></r>");
+    const std::vector<FacePtr<Xml::Node>> children = root->GetChildren();
+    root->Normalize(Xml::Element::CDataToText);
+    EXPECT_EQ(children[1]->GetType(), NodeType::Text);
+    root->Normalize(Xml::Element::MergeText);
+    EXPECT_EQ(Tell(children[0]), "'12'");
+    EXPECT_EQ(Tell(children[1]), "'2'");
+    EXPECT_EQ(children[1]->GetParent(), nullptr);
+}

@@ -1,0 +1,176 @@
+#include "tests/xml/documents.h"
+
+#include "xml/document_factory.h"
+#include "xml/facades.h"
+#include "xml/reader_writer.h"
+#include <tessel/base/error.h>
+#include <tessel/base/utf8.h>
+#include <tessel/module.h>
+#include <tessel/object/impl.h>
+#include <tessel/object/manager.h>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// What a start of the library does with its registrations.
+struct Classes : testing::Environment {
+    void SetUp() override
+    {
+        manager = Clsid(Object::managerClass);
+        readerWriter = MakeFace<Impl<Xml::ReaderWriterFactory, Module>>();
+        documents = MakeFace<Impl<Xml::DocumentFactory, Module>>();
+        manager->AddFactory(readerWriter.Cast<Object::Factory>("test"));
+        manager->AddFactory(documents);
+    }
+    void TearDown() override
+    {
+        documents = nullptr;
+        readerWriter = nullptr;
+        manager = nullptr;
+    }
+
+    FacePtr<Object::Manager> manager;
+    FacePtr<Xml::Reader> readerWriter;
+    FacePtr<Object::Factory> documents;
+};
+Classes* const classes = new Classes;
+const testing::Environment* const added = testing::AddGlobalTestEnvironment(classes);
+
+// A document that a client could have written: only the nodes below it are the library's.
+class ForeignDocument : public Face<Xml::Document> {
+public:
+    Xml::NodeType GetType() override { return inner->GetType(); }
+    WideString GetValue() override { return inner->GetValue(); }
+    void SetValue(const WideString& value) override { inner->SetValue(value); }
+    FacePtr<Xml::Node> GetParent() override { return nullptr; }
+    std::vector<FacePtr<Xml::Node>> GetChildren() override { return inner->GetChildren(); }
+    void RemoveChild(const FacePtr<Xml::Node>& child) override { inner->RemoveChild(child); }
+    FacePtr<Xml::Node> InsertChild(
+        Xml::NodeType type, const WideString& value, const FacePtr<Xml::Node>& before) override
+    {
+        return inner->InsertChild(type, value, before);
+    }
+    FacePtr<Xml::Element> GetRootElement() override { return inner->GetRootElement(); }
+
+private:
+    FacePtr<Xml::Document> inner = Xml::MakeDocument();
+};
+
+class ForeignFactory : public Face<Object::StaticFactory> {
+public:
+    void CreateInstance(const Clsid& clsid, FacePtr<BaseFace>& out) override
+    {
+        if (clsid == Xml::documentClass)
+            out = MakeFace<Impl<ForeignDocument, Module>>();
+    }
+    void ListClasses(Object::ClassInfoList& out) override
+    {
+        out.push_back(Object::DescribeClass<Xml::Document>(Xml::documentClass));
+    }
+};
+
+std::string TellChildren(Xml::ParentNode& parent)
+{
+    std::string told;
+    for (const FacePtr<Xml::Node>& child : parent.GetChildren())
+        told += (told.empty() ? "" : " ") + Tell(child);
+    return told;
+}
+
+} // namespace
+
+FacePtr<Xml::Reader> GetReader()
+{
+    return FacePtr<Xml::Reader>(Clsid(Xml::readerClass));
+}
+
+FacePtr<Xml::Writer> GetWriter()
+{
+    return FacePtr<Xml::Writer>(Clsid(Xml::writerClass));
+}
+
+FacePtr<Xml::Document> MakeEmptyDocument()
+{
+    return FacePtr<Xml::Document>(Clsid(Xml::documentClass));
+}
+
+ForeignDocuments::ForeignDocuments() : factory(MakeFace<Impl<ForeignFactory, Module>>())
+{
+    classes->manager->AddFactory(factory);
+}
+
+ForeignDocuments::~ForeignDocuments()
+{
+    classes->manager->AddFactory(classes->documents);
+}
+
+std::string Narrow(const WideString& text)
+{
+    return reinterpret_cast<const char*>(StringToUtf8(text).GetData());
+}
+
+WideString Wide(const std::string& text)
+{
+    return StringFromUtf8(text.c_str());
+}
+
+std::string Tell(const FacePtr<Xml::Node>& node)
+{
+    const std::string value = Narrow(node->GetValue());
+    switch (node->GetType()) {
+    case Xml::NodeType::Text:
+        return "'" + value + "'";
+    case Xml::NodeType::CData:
+        return "[" + value + "]";
+    case Xml::NodeType::Comment:
+        return "!" + value + "!";
+    default:
+        break;
+    }
+    const FacePtr<Xml::Element> element = node.Cast<Xml::Element>("test");
+    std::string attributes;
+    for (const WideString& name : element->GetAttributeNames())
+        attributes +=
+            (attributes.empty() ? "" : " ") + Narrow(name) + "=" + Narrow(element->GetAttribute(name));
+    const std::string children = TellChildren(*element);
+    return value + (attributes.empty() ? "" : "{" + attributes + "}")
+        + (children.empty() ? "" : "(" + children + ")");
+}
+
+std::string Tell(const FacePtr<Xml::Document>& document)
+{
+    return TellChildren(*document);
+}
+
+std::string FailureOf(const std::function<void()>& operation)
+{
+    try {
+        operation();
+        return "";
+    } catch (const Error& error) {
+        const std::string text = Narrow(error.GetLayerText(0));
+        const std::string tag = "xml: ";
+        const std::size_t begin = text.find(tag);
+        EXPECT_EQ(error.GetLayerCode(0), Error::internal);
+        EXPECT_NE(begin, text.npos) << text;
+        return text.substr(begin + tag.size(), text.rfind(')') - begin - tag.size());
+    }
+}
+
+std::string Outcome(const std::string& text)
+{
+    std::string told;
+    const std::string failure = FailureOf([&] { told = Tell(GetReader()->Read(Wide(text))); });
+    return failure.empty() ? told : failure;
+}
+
+std::string Written(const FacePtr<Xml::Document>& document)
+{
+    return Narrow(GetWriter()->Write(document));
+}
+
+FacePtr<Xml::Element> ReadRoot(const std::string& text)
+{
+    return GetReader()->Read(Wide(text))->GetRootElement();
+}

@@ -1,0 +1,140 @@
+// What fails on the way, memory or the disk, is told, loses nothing and leaves nothing behind.
+#include "tests/allocation_plan.h"
+#include "tests/object/temporary_folder.h"
+#include "tests/xml/documents.h"
+#include <tessel/base/error.h>
+
+#ifdef TESSEL_SEAMS
+#include "platform/linux/seam.h"
+#endif
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <functional>
+#include <new>
+#include <sys/resource.h>
+
+namespace {
+
+const char* const text =
+    "<?xml version='1.0'?><r a='1' b='&lt;'>x<!--c--><a>y</a>z<![CDATA[w]]><a \xE2\x82\xAC=''/></r>";
+
+std::size_t CountOpenFiles()
+{
+    const std::filesystem::directory_iterator files("/proc/self/fd");
+    return static_cast<std::size_t>(std::distance(begin(files), end(files)));
+}
+
+// Made before anything fails: strings themselves do not tell that memory is out.
+struct Words {
+    const WideString source = Wide(text);
+    const WideString a = u"a", b = u"b", last = u"last", fresh = u"new", value = u"value", more = u"more";
+    const WideString names[5] = {u"d", u"c", u"b", u"e", u"f"};
+};
+
+// Reads, changes in every way, and gives what was made of it.
+WideString Exercise(const Words& words)
+{
+    const FacePtr<Xml::Document> document = GetReader()->Read(words.source);
+    const FacePtr<Xml::Element> root = document->GetRootElement();
+    const FacePtr<Xml::Element> element = root->GetChildElement(words.a, false);
+    for (const WideString& name : words.names)
+        element->SetAttribute(name, words.value);
+    element->SetValue(words.b);
+    element->GetChildren()[0]->SetValue(words.value);
+    root->InsertChild(Xml::NodeType::Text, words.more, element);
+    root->InsertChild(Xml::NodeType::CData, words.more, element);
+    root->GetChildElement(words.fresh, true)->SetAttribute(words.last, root->GetAttribute(words.b));
+    root->RemoveChild(root->GetChildren()[1]);
+    root->Normalize(3);
+    return GetWriter()->Write(document);
+}
+
+// Files that grow beyond a size fail to be written, as on a full disk.
+class SmallDisk {
+public:
+    explicit SmallDisk(rlim_t bytes)
+    {
+        getrlimit(RLIMIT_FSIZE, &limits);
+        const rlimit small{bytes, limits.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &small);
+    }
+    SmallDisk(const SmallDisk&) = delete;
+    SmallDisk& operator=(const SmallDisk&) = delete;
+    ~SmallDisk()
+    {
+        setrlimit(RLIMIT_FSIZE, &limits);
+        std::signal(SIGXFSZ, handler);
+    }
+
+private:
+    rlimit limits{};
+    void (*handler)(int) = std::signal(SIGXFSZ, SIG_IGN);
+};
+
+} // namespace
+
+TEST(Faults, AtAnyAllocationAreToldAndLoseNothing)
+{
+    const Words words;
+    const WideString expected = Exercise(words);
+    ASSERT_EQ(Outcome(Narrow(expected)),
+        "r{a=1 b=<}('xmoremore' b{b=value c=value d=value e=value f=value}('value') 'zw' "
+        "a{\xE2\x82\xAC=} new{last=<})");
+    const long before = AllocationPlan::Living();
+    bool isStruck = true;
+    for (unsigned n = 1; isStruck; ++n) {
+        {
+            WideString made;
+            AllocationPlan::FailNth(n);
+            try {
+                made = Exercise(words);
+            } catch (const std::bad_alloc&) {
+            } catch (const Error&) {
+            }
+            isStruck = AllocationPlan::Count() >= n;
+            AllocationPlan::FailNth(0);
+            EXPECT_TRUE(made.IsEmpty() || made == expected) << n;
+            EXPECT_FALSE(made.IsEmpty() && !isStruck) << n;
+        }
+        EXPECT_EQ(AllocationPlan::Living(), before) << n;
+    }
+}
+
+TEST(Faults, OfAFullDiskAreToldAlsoAtTheEnd)
+{
+    const TemporaryFolder folder;
+    const FacePtr<Xml::Document> small = GetReader()->Read(Wide(text));
+    const FacePtr<Xml::Document> large = GetReader()->Read(Wide("<r>" + std::string(500000, 'x') + "</r>"));
+    const std::size_t openFiles = CountOpenFiles();
+    const SmallDisk disk(100);
+    for (const FacePtr<Xml::Document>& document : {small, large})
+        EXPECT_EQ(FailureOf([&] { GetWriter()->WriteFile(document, Wide((folder / "x.xml").string())); }),
+            "read-io-err");
+    EXPECT_EQ(CountOpenFiles(), openFiles);
+}
+
+#ifdef TESSEL_SEAMS
+TEST(Faults, AtAnySystemCallAreToldAndLeaveNoFileOpen)
+{
+    const TemporaryFolder folder;
+    const WideString path = Wide((folder / "x.xml").string());
+    const FacePtr<Xml::Document> document = GetReader()->Read(Wide(text));
+    const std::string told = Tell(document);
+    const std::size_t openFiles = CountOpenFiles();
+    bool isStruck = true;
+    for (unsigned n = 1; isStruck; ++n) {
+        std::string read;
+        Platform::Seam::FailNth(n, EIO);
+        const std::string failure = FailureOf([&] {
+            GetWriter()->WriteFile(document, path);
+            read = Tell(GetReader()->ReadFile(path));
+        });
+        isStruck = Platform::Seam::CallCount() >= n;
+        Platform::Seam::FailNth(0, 0);
+        EXPECT_TRUE(failure == "read-io-err" || (failure.empty() && read == told)) << n << " " << failure;
+        EXPECT_EQ(CountOpenFiles(), openFiles) << n;
+    }
+}
+#endif

@@ -1,0 +1,160 @@
+#include "tests/object/temporary_folder.h"
+#include "tests/xml/documents.h"
+
+#include <gtest/gtest.h>
+
+using Xml::NodeType;
+
+namespace {
+
+FacePtr<Xml::Element> Insert(Xml::ParentNode& parent, const char16_t* name)
+{
+    return parent.InsertChild(NodeType::Element, name, nullptr).Cast<Xml::Element>("test");
+}
+
+// One document for all that the layout knows.
+FacePtr<Xml::Document> MakeExample()
+{
+    FacePtr<Xml::Document> document = MakeEmptyDocument();
+    document->InsertChild(NodeType::Comment, u" settings ", nullptr);
+    const FacePtr<Xml::Element> root = Insert(*document, u"root");
+    root->SetAttribute(u"b", u"x&y");
+    root->SetAttribute(u"a", u"1 < 2");
+    Insert(*root, u"title")->InsertChild(NodeType::Text, u"Hello & <world>", nullptr);
+    root->InsertChild(NodeType::Comment, u" note ", nullptr);
+    Insert(*root, u"empty");
+    root->InsertChild(NodeType::Text, u"tail", nullptr);
+    Insert(*root, u"after");
+    root->InsertChild(NodeType::CData, u"<raw>", nullptr);
+    return document;
+}
+
+const char* const example = R"(<?xml version="1.0" encoding="utf-8"?>
+<!-- settings -->
+<root a="1 &lt; 2" b="x&amp;y">
+  <title>Hello &amp; &lt;world></title>
+  <!-- note -->
+  <empty/>tail<after/>
+  <![CDATA[<raw>]]>
+</root>)";
+
+// What is written for the children of a root element "r".
+std::string WrittenRoot(const std::function<void(Xml::Element&)>& fill)
+{
+    const FacePtr<Xml::Document> document = MakeEmptyDocument();
+    fill(*Insert(*document, u"r"));
+    const std::string text = Written(document);
+    return text.substr(text.find('\n') + 1);
+}
+
+std::string FailureOfRoot(const std::function<void(Xml::Element&)>& fill)
+{
+    return FailureOf([&] { WrittenRoot(fill); });
+}
+
+} // namespace
+
+TEST(Writer, HasOneLayout)
+{
+    EXPECT_EQ(Written(MakeExample()), example);
+    EXPECT_EQ(Written(MakeEmptyDocument()), "<?xml version=\"1.0\" encoding=\"utf-8\"?>");
+}
+
+TEST(Writer, WritesAForeignDocumentTheSameWay)
+{
+    const ForeignDocuments foreign;
+    EXPECT_EQ(Written(MakeExample()), example);
+    EXPECT_EQ(FailureOf([] { GetWriter()->Write(GetReader()->Read(u"<a><!--x-->t<b/></a>")); }), "");
+}
+
+TEST(Writer, BreaksNoLineWhereTextStands)
+{
+    const auto addText = [](const char16_t* text) {
+        return [text](Xml::Element& root) { root.InsertChild(NodeType::Text, text, nullptr); };
+    };
+    EXPECT_EQ(WrittenRoot([](Xml::Element&) {}), "<r/>");
+    EXPECT_EQ(WrittenRoot(addText(u"")), "<r></r>");
+    EXPECT_EQ(WrittenRoot(addText(u"\"'>]]>\t\n")), "<r>\"'>]]>\t\n</r>");
+    EXPECT_EQ(WrittenRoot([](Xml::Element& root) {
+        root.InsertChild(NodeType::Text, u"x", nullptr);
+        Insert(*Insert(root, u"a"), u"b");
+        root.InsertChild(NodeType::Text, u"y", nullptr);
+    }),
+        "<r>x<a>\n    <b/>\n  </a>y</r>");
+    EXPECT_EQ(WrittenRoot([](Xml::Element& root) { root.SetAttribute(u"q", u"\"'>\n&"); }),
+        "<r q=\"&quot;'>\n&amp;\"/>");
+    EXPECT_EQ(
+        WrittenRoot([](Xml::Element& root) { root.InsertChild(static_cast<NodeType>(7), u"x", nullptr); }),
+        "<r>\n  \n</r>");
+}
+
+TEST(Writer, RefusesWhatTheReaderWouldNotTake)
+{
+    for (const char16_t* name : {u"", u"1a", u"a b", u"a\xD83D\xDE00", u"\xD7"}) {
+        EXPECT_EQ(FailureOfRoot([&](Xml::Element& root) { root.SetValue(name); }), "xml-writer-comment");
+        EXPECT_EQ(
+            FailureOfRoot([&](Xml::Element& root) { root.SetAttribute(name, u""); }), "xml-writer-comment");
+    }
+    const auto leaf = [](NodeType type, const char16_t* text) {
+        return FailureOfRoot([=](Xml::Element& root) { root.InsertChild(type, text, nullptr); });
+    };
+    EXPECT_EQ(leaf(NodeType::Comment, u"a--b"), "xml-writer-comment");
+    EXPECT_EQ(leaf(NodeType::Comment, u"a-"), ""); // and the reader refuses it
+    EXPECT_EQ(leaf(NodeType::CData, u"a]]>b"), "xml-writer-cdata");
+    EXPECT_EQ(leaf(NodeType::CData, u"a]]"), "");
+    EXPECT_NE(FailureOf([] { GetWriter()->Write(nullptr); }).find("IID_Xml::Document"), std::string::npos);
+}
+
+TEST(Writer, WhatIsWrittenReadsAsTheSameTree)
+{
+    for (const std::string text : {"<a>x<b>y</b><!--c--><d/>z</a>", "<a b='&#10;&quot;&amp;'>&lt;]]&gt;</a>",
+             "<a><![CDATA[]]]><b>  x  </b><![CDATA[]]></a>"}) {
+        const std::string told = Outcome(text);
+        EXPECT_EQ(Outcome(Written(GetReader()->Read(Wide(text)))), told) << text;
+    }
+}
+
+TEST(WriterOfFiles, WritesUtf8WithoutAMarkIntoAnEmptiedFile)
+{
+    const TemporaryFolder folder;
+    const std::string path = folder / "x.xml";
+    Write(path, std::string(10000, 'x'));
+    const FacePtr<Xml::Document> document = MakeEmptyDocument();
+    const FacePtr<Xml::Element> root = Insert(*document, u"r");
+    root->InsertChild(NodeType::Text, u"\xE9\xD83D\xDE00\xDC00|\xD800", nullptr);
+    GetWriter()->WriteFile(document, Wide(path));
+    EXPECT_EQ(ContentOf(path),
+        "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
+        "<r>\xC3\xA9\xF0\x9F\x98\x80\xEF\xBF\xBD|\xEF\xBF\xBD</r>");
+}
+
+// Texts go to the file in pieces of some thousand units: at no length may a pair of surrogates be cut.
+TEST(WriterOfFiles, NeverCutsACharacter)
+{
+    const TemporaryFolder folder;
+    const std::string path = folder / "x.xml";
+    const std::string smiles = [] {
+        std::string text;
+        for (int i = 0; i < 10000; ++i)
+            text += "\xF0\x9F\x98\x80";
+        return text;
+    }();
+    for (const std::string start : {"", "x"}) {
+        const FacePtr<Xml::Document> document = GetReader()->Read(Wide("<r>" + start + smiles + "</r>"));
+        GetWriter()->WriteFile(document, Wide(path));
+        EXPECT_EQ(ContentOf(path), Written(document));
+        EXPECT_EQ(Tell(GetReader()->ReadFile(Wide(path))), "r('" + start + smiles + "')");
+    }
+}
+
+TEST(WriterOfFiles, LeavesWhatCameBeforeAFailure)
+{
+    const TemporaryFolder folder;
+    const std::string path = folder / "x.xml";
+    const FacePtr<Xml::Document> document = GetReader()->Read(u"<r><a>x</a></r>");
+    document->GetRootElement()->InsertChild(NodeType::CData, u"]]>", nullptr);
+    EXPECT_EQ(FailureOf([&] { GetWriter()->WriteFile(document, Wide(path)); }), "xml-writer-cdata");
+    EXPECT_EQ(ContentOf(path), "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<r>\n  <a>x</a>\n  ");
+    EXPECT_EQ(
+        FailureOf([&] { GetWriter()->WriteFile(document, Wide(folder.path.string())); }), "read-io-err");
+}
