@@ -77,7 +77,7 @@ const Operation operations[] = {
         [](const TemporaryFolder&) {
             char16_t buffer[1000];
             return GetFullPathNameW(u"x", 1000, buffer) != 0;
-        }},
+        }}
 };
 
 void MakeTree(const TemporaryFolder& folder)

@@ -63,15 +63,13 @@ TEST(OpenedFile, IsMadeAndEmptiedAsTheDispositionSays)
     const struct {
         std::uint32_t disposition, errorIfMissing, errorIfThere;
         const char* contentAfter;
-    } cases[] = {
-        {CREATE_NEW, ERROR_SUCCESS, ERROR_FILE_EXISTS, "old"},
+    } cases[] = {{CREATE_NEW, ERROR_SUCCESS, ERROR_FILE_EXISTS, "old"},
         {CREATE_ALWAYS, ERROR_SUCCESS, ERROR_SUCCESS, ""},
         {OPEN_EXISTING, ERROR_FILE_NOT_FOUND, ERROR_SUCCESS, "old"},
         {OPEN_ALWAYS, ERROR_SUCCESS, ERROR_SUCCESS, "old"},
         {TRUNCATE_EXISTING, ERROR_FILE_NOT_FOUND, ERROR_SUCCESS, ""},
         {0, ERROR_INVALID_PARAMETER, ERROR_INVALID_PARAMETER, "old"},
-        {6, ERROR_INVALID_PARAMETER, ERROR_INVALID_PARAMETER, "old"},
-    };
+        {6, ERROR_INVALID_PARAMETER, ERROR_INVALID_PARAMETER, "old"}};
     for (const auto& c : cases) {
         const TemporaryFolder folder;
         folder.MakeFile("there", "old");
@@ -95,8 +93,7 @@ TEST(OpenedFile, TellsWhyItCannotBe)
     const struct {
         const char* name;
         std::uint32_t access, disposition, flags, error;
-    } cases[] = {
-        {"no/file", GENERIC_READ, OPEN_EXISTING, 0, ERROR_PATH_NOT_FOUND},
+    } cases[] = {{"no/file", GENERIC_READ, OPEN_EXISTING, 0, ERROR_PATH_NOT_FOUND},
         {"no/file", GENERIC_WRITE, CREATE_NEW, 0, ERROR_PATH_NOT_FOUND},
         {"file/x", GENERIC_READ, OPEN_EXISTING, 0, ERROR_PATH_NOT_FOUND},
         {"dangling", GENERIC_READ, OPEN_EXISTING, 0, ERROR_FILE_NOT_FOUND},
@@ -112,8 +109,7 @@ TEST(OpenedFile, TellsWhyItCannotBe)
         {"file", GENERIC_READ, TRUNCATE_EXISTING, 0, ERROR_INVALID_PARAMETER},
         {"file", 1, OPEN_EXISTING, 0, ERROR_INVALID_PARAMETER},
         {"file", GENERIC_READ, OPEN_EXISTING, 1, ERROR_SUCCESS},
-        {"file", GENERIC_READ, OPEN_EXISTING, 4, ERROR_INVALID_PARAMETER},
-    };
+        {"file", GENERIC_READ, OPEN_EXISTING, 4, ERROR_INVALID_PARAMETER}};
     for (const auto& c : cases)
         EXPECT_EQ(ErrorOfOpen(folder.Text(c.name), c.access, c.disposition, c.flags), c.error)
             << c.name << c.access;
@@ -286,18 +282,12 @@ TEST(Attributes, TellWhatStandsAtThePath)
     const struct {
         const char* name;
         std::uint32_t attributes;
-    } cases[] = {
-        {"file", FILE_ATTRIBUTE_NORMAL},
-        {".hidden", FILE_ATTRIBUTE_HIDDEN},
-        {"locked", FILE_ATTRIBUTE_READONLY},
-        {"folder", FILE_ATTRIBUTE_DIRECTORY},
-        {"folder/.", FILE_ATTRIBUTE_DIRECTORY},
-        {"link", FILE_ATTRIBUTE_REPARSE_POINT},
+    } cases[] = {{"file", FILE_ATTRIBUTE_NORMAL}, {".hidden", FILE_ATTRIBUTE_HIDDEN},
+        {"locked", FILE_ATTRIBUTE_READONLY}, {"folder", FILE_ATTRIBUTE_DIRECTORY},
+        {"folder/.", FILE_ATTRIBUTE_DIRECTORY}, {"link", FILE_ATTRIBUTE_REPARSE_POINT},
         {"folderlink", FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DIRECTORY},
-        {"dangling", FILE_ATTRIBUTE_REPARSE_POINT},
-        {"loop", FILE_ATTRIBUTE_REPARSE_POINT},
-        {"pipe", FILE_ATTRIBUTE_DEVICE},
-    };
+        {"dangling", FILE_ATTRIBUTE_REPARSE_POINT}, {"loop", FILE_ATTRIBUTE_REPARSE_POINT},
+        {"pipe", FILE_ATTRIBUTE_DEVICE}};
     for (const auto& c : cases)
         EXPECT_EQ(GetFileAttributesW(folder.Text(c.name).c_str()), c.attributes) << c.name;
     EXPECT_EQ(GetFileAttributesW(u"C:"), FILE_ATTRIBUTE_DIRECTORY);
@@ -366,30 +356,20 @@ TEST(Entries, AreMadeAndRemovedOneByOne)
     folder.MakeLink("full", "folderlink");
     folder.MakeLink("file", "filelink");
     const struct {
-        bool (*operation)(const char16_t*);
+        bool (*operation)(const char16_t*) noexcept;
         const char* name;
         std::uint32_t error;
-    } steps[] = {
-        {[](const char16_t* path) { return CreateDirectoryW(path); }, "new", ERROR_SUCCESS},
-        {[](const char16_t* path) { return CreateDirectoryW(path); }, "new", ERROR_ALREADY_EXISTS},
-        {[](const char16_t* path) { return CreateDirectoryW(path); }, "file", ERROR_ALREADY_EXISTS},
-        {[](const char16_t* path) { return CreateDirectoryW(path); }, "no/new", ERROR_PATH_NOT_FOUND},
-        {[](const char16_t* path) { return CreateDirectoryW(path); }, "file/new", ERROR_PATH_NOT_FOUND},
-        {[](const char16_t* path) { return DeleteFileW(path); }, "new", ERROR_ACCESS_DENIED},
-        {[](const char16_t* path) { return DeleteFileW(path); }, "no", ERROR_FILE_NOT_FOUND},
-        {[](const char16_t* path) { return DeleteFileW(path); }, "no/no", ERROR_PATH_NOT_FOUND},
-        {[](const char16_t* path) { return DeleteFileW(path); }, "filelink", ERROR_SUCCESS},
-        {[](const char16_t* path) { return RemoveDirectoryW(path); }, "full", ERROR_DIR_NOT_EMPTY},
-        {[](const char16_t* path) { return RemoveDirectoryW(path); }, "file", ERROR_DIRECTORY},
-        {[](const char16_t* path) { return RemoveDirectoryW(path); }, "no", ERROR_FILE_NOT_FOUND},
-        {[](const char16_t* path) { return RemoveDirectoryW(path); }, "no/no", ERROR_PATH_NOT_FOUND},
-        {[](const char16_t* path) { return RemoveDirectoryW(path); }, "folderlink", ERROR_SUCCESS},
-        {[](const char16_t* path) { return RemoveDirectoryW(path); }, "new", ERROR_SUCCESS},
-    };
-    int step = 0;
+    } steps[] = {{&CreateDirectoryW, "new", ERROR_SUCCESS}, {&CreateDirectoryW, "new", ERROR_ALREADY_EXISTS},
+        {&CreateDirectoryW, "file", ERROR_ALREADY_EXISTS},
+        {&CreateDirectoryW, "no/new", ERROR_PATH_NOT_FOUND},
+        {&CreateDirectoryW, "file/new", ERROR_PATH_NOT_FOUND}, {&DeleteFileW, "new", ERROR_ACCESS_DENIED},
+        {&DeleteFileW, "no", ERROR_FILE_NOT_FOUND}, {&DeleteFileW, "no/no", ERROR_PATH_NOT_FOUND},
+        {&DeleteFileW, "filelink", ERROR_SUCCESS}, {&RemoveDirectoryW, "full", ERROR_DIR_NOT_EMPTY},
+        {&RemoveDirectoryW, "file", ERROR_DIRECTORY}, {&RemoveDirectoryW, "no", ERROR_FILE_NOT_FOUND},
+        {&RemoveDirectoryW, "no/no", ERROR_PATH_NOT_FOUND}, {&RemoveDirectoryW, "folderlink", ERROR_SUCCESS},
+        {&RemoveDirectoryW, "new", ERROR_SUCCESS}};
     for (const auto& s : steps)
-        EXPECT_EQ(ErrorOf(s.operation(folder.Text(s.name).c_str())), s.error)
-            << "step " << step++ << " " << s.name;
+        EXPECT_EQ(ErrorOf(s.operation(folder.Text(s.name).c_str())), s.error) << s.name;
     EXPECT_EQ(folder.Names(), (std::set<std::string>{"file", "full"}));
     EXPECT_TRUE(folder.Has("full/file"));
 }
@@ -405,20 +385,15 @@ TEST(Entries, AreRenamedWholeAndReplaceOnlyWhenAsked)
     const struct {
         const char *from, *to;
         std::uint32_t flags, error;
-    } steps[] = {
-        {"a", "b", 0, ERROR_ALREADY_EXISTS},
-        {"no", "b", MOVEFILE_REPLACE_EXISTING, ERROR_FILE_NOT_FOUND},
-        {"a", "no/b", 0, ERROR_PATH_NOT_FOUND},
+    } steps[] = {{"a", "b", 0, ERROR_ALREADY_EXISTS},
+        {"no", "b", MOVEFILE_REPLACE_EXISTING, ERROR_FILE_NOT_FOUND}, {"a", "no/b", 0, ERROR_PATH_NOT_FOUND},
         {"no/a", "b", 0, ERROR_PATH_NOT_FOUND},
         {"a", "folder", MOVEFILE_REPLACE_EXISTING, ERROR_ACCESS_DENIED},
         {"folder", "a", MOVEFILE_REPLACE_EXISTING, ERROR_ACCESS_DENIED},
         {"folder", "full", MOVEFILE_REPLACE_EXISTING, ERROR_DIR_NOT_EMPTY},
-        {"folder", "folder/in", 0, ERROR_INVALID_PARAMETER},
-        {"a", "d", 2, ERROR_INVALID_PARAMETER},
+        {"folder", "folder/in", 0, ERROR_INVALID_PARAMETER}, {"a", "d", 2, ERROR_INVALID_PARAMETER},
         {"a", "b", MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH, ERROR_SUCCESS},
-        {"c", "d", 0, ERROR_SUCCESS},
-        {"folder", "moved", 0, ERROR_SUCCESS},
-    };
+        {"c", "d", 0, ERROR_SUCCESS}, {"folder", "moved", 0, ERROR_SUCCESS}};
     for (const auto& s : steps)
         EXPECT_EQ(
             ErrorOf(MoveFileExW(folder.Text(s.from).c_str(), folder.Text(s.to).c_str(), s.flags)), s.error)

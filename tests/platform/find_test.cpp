@@ -35,22 +35,16 @@ TEST(Patterns, MatchAsThePlatformHasThem)
 {
     const struct {
         const char16_t *pattern, *matching, *other; // names, separated by blanks
-    } cases[] = {
-        {u"*", u"a a.b .a", u""},
-        {u"*.*", u"a a.b .a a.b.c", u""},
+    } cases[] = {{u"*", u"a a.b .a", u""}, {u"*.*", u"a a.b .a a.b.c", u""},
         {u"*.dll", u"a.dll A.DLL a.b.Dll .dll", u"dll a.dllx a.dll.x a.dl"},
-        {u"*.", u"a abc", u"a.b .a a.b.c"},
-        {u"a*.", u"a abc", u"b a.b"},
+        {u"*.", u"a abc", u"a.b .a a.b.c"}, {u"a*.", u"a abc", u"b a.b"},
         {u"a.*", u"a a.b a.b.c", u"ab ab.c"},
         {u"a?c", u"abc aXC", u"abbc ac"}, // a ? before another char is one char
         {u"???", u"a ab abc", u"abcd a.b"}, // at the end it may be none
-        {u"?.txt", u"a.txt .txt", u"ab.txt"},
-        {u"*a*b*", u"ab xaxbx aab", u"ba a b"},
-        {u"a**b", u"ab axb", u"a b"},
-        {u"*.?", u"a.b a", u"a.bc"},
+        {u"?.txt", u"a.txt .txt", u"ab.txt"}, {u"*a*b*", u"ab xaxbx aab", u"ba a b"},
+        {u"a**b", u"ab axb", u"a b"}, {u"*.?", u"a.b a", u"a.bc"},
         {u"\u00C4*", u"\u00E4x \u00C4", u"ax"}, // case beyond ASCII
-        {u"*.t*.x", u"a.tt.x a.b.t.x", u"a.x"},
-    };
+        {u"*.t*.x", u"a.tt.x a.b.t.x", u"a.x"}};
     const auto names = [](const char16_t* list) {
         std::vector<std::u16string> split(1);
         for (; *list; ++list)
@@ -98,16 +92,11 @@ TEST(Search, ListsWhatMatches)
     const struct {
         std::u16string pattern;
         std::uint32_t error;
-    } failures[] = {
-        {folder.Text() + u"\\*.none", ERROR_FILE_NOT_FOUND},
-        {folder.Text("A.DLL"), ERROR_FILE_NOT_FOUND},
-        {folder.Text() + u"\\", ERROR_FILE_NOT_FOUND},
-        {folder.Text("no") + u"\\*", ERROR_PATH_NOT_FOUND},
-        {folder.Text("no/no"), ERROR_PATH_NOT_FOUND},
-        {folder.Text("plain") + u"\\*", ERROR_PATH_NOT_FOUND},
-        {u"", ERROR_PATH_NOT_FOUND},
-        {u"C:", ERROR_FILE_NOT_FOUND},
-    };
+    } failures[] = {{folder.Text() + u"\\*.none", ERROR_FILE_NOT_FOUND},
+        {folder.Text("A.DLL"), ERROR_FILE_NOT_FOUND}, {folder.Text() + u"\\", ERROR_FILE_NOT_FOUND},
+        {folder.Text("no") + u"\\*", ERROR_PATH_NOT_FOUND}, {folder.Text("no/no"), ERROR_PATH_NOT_FOUND},
+        {folder.Text("plain") + u"\\*", ERROR_PATH_NOT_FOUND}, {u"", ERROR_PATH_NOT_FOUND},
+        {u"C:", ERROR_FILE_NOT_FOUND}};
     for (const auto& c : failures)
         EXPECT_EQ(ErrorOfFind(c.pattern), c.error) << c.pattern.size();
 }

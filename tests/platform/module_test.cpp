@@ -116,18 +116,14 @@ TEST(Modules, TellWhyTheyDoNotLoad)
         const char* name;
         std::uint32_t error;
         const char* words;
-    } cases[] = {
-        {"missing.dll", ERROR_MOD_NOT_FOUND, "cannot open"},
+    } cases[] = {{"missing.dll", ERROR_MOD_NOT_FOUND, "cannot open"},
         {"no/missing.dll", ERROR_MOD_NOT_FOUND, "cannot open"},
         {"dangling.dll", ERROR_MOD_NOT_FOUND, "cannot open"},
         {"unbound.dll", ERROR_PROC_NOT_FOUND, "nobodyHasThis"},
         {"machine.dll", ERROR_BAD_EXE_FORMAT, "another machine"},
-        {"cut.dll", ERROR_BAD_EXE_FORMAT, "cut off"},
-        {"empty.dll", ERROR_BAD_EXE_FORMAT, "not an ELF file"},
-        {"text.dll", ERROR_BAD_EXE_FORMAT, "not an ELF file"},
-        {"folder.dll", ERROR_BAD_EXE_FORMAT, ""},
-        {"pipe.dll", ERROR_BAD_EXE_FORMAT, ""},
-    };
+        {"cut.dll", ERROR_BAD_EXE_FORMAT, "cut off"}, {"empty.dll", ERROR_BAD_EXE_FORMAT, "not an ELF file"},
+        {"text.dll", ERROR_BAD_EXE_FORMAT, "not an ELF file"}, {"folder.dll", ERROR_BAD_EXE_FORMAT, ""},
+        {"pipe.dll", ERROR_BAD_EXE_FORMAT, ""}};
     const std::size_t before = OpenDescriptors();
     for (const auto& c : cases) {
         EXPECT_EQ(ErrorOfLoad(folder.Text(c.name)), c.error) << c.name;

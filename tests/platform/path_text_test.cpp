@@ -48,52 +48,21 @@ TEST(PathText, LeadsToOnePlaceOnDisk)
     const struct {
         const char16_t* text;
         const char* place;
-    } cases[] = {
-        // drive C is the whole tree, with or without a separator behind it; there is no other drive
-        {u"C:\\home\\x", "/home/x"},
-        {u"c:/home//x/", "/home/x"},
-        {u"C:", "/"},
-        {u"C:\\", "/"},
-        {u"C:a", "/a"},
-        {u"D:\\a", "!3"},
-        {u"\\a", "/a"},
-        {u"\\\\\\a", "/a"},
+    } cases[] = {// drive C is the whole tree, with or without a separator behind it; there is no other drive
+        {u"C:\\home\\x", "/home/x"}, {u"c:/home//x/", "/home/x"}, {u"C:", "/"}, {u"C:\\", "/"},
+        {u"C:a", "/a"}, {u"D:\\a", "!3"}, {u"\\a", "/a"}, {u"\\\\\\a", "/a"},
         // the network, whose share is a root, too
-        {u"\\\\srv\\share\\a", "/net/srv/share/a"},
-        {u"//srv/share/..", "/net/srv/share"},
-        {u"\\\\srv\\share\\a\\..\\..\\b", "/net/srv/share/b"},
-        {u"\\\\srv", "!3"},
-        {u"\\\\srv\\", "!3"},
-        {u"\\\\.\\pipe", "!3"},
-        {u"\\\\..\\x", "!3"},
+        {u"\\\\srv\\share\\a", "/net/srv/share/a"}, {u"//srv/share/..", "/net/srv/share"},
+        {u"\\\\srv\\share\\a\\..\\..\\b", "/net/srv/share/b"}, {u"\\\\srv", "!3"}, {u"\\\\srv\\", "!3"},
+        {u"\\\\.\\pipe", "!3"}, {u"\\\\..\\x", "!3"},
         // dots are worked out, and stay only above the working folder
-        {u"C:\\a\\.\\b\\..\\c", "/a/c"},
-        {u"C:\\..\\..\\a", "/a"},
-        {u"a\\..\\..\\b", "../b"},
-        {u"..\\..", "../.."},
-        {u"..\\a\\..", ".."},
-        {u".", "."},
-        {u"a\\..", "."},
-        {u"C:\\...\\.a", "/.../.a"},
+        {u"C:\\a\\.\\b\\..\\c", "/a/c"}, {u"C:\\..\\..\\a", "/a"}, {u"a\\..\\..\\b", "../b"},
+        {u"..\\..", "../.."}, {u"..\\a\\..", ".."}, {u".", "."}, {u"a\\..", "."}, {u"C:\\...\\.a", "/.../.a"},
         // what no name may hold
-        {u"", "!3"},
-        {u"C:\\a:b", "!123"},
-        {u"a|b", "!123"},
-        {u"C:\\a*", "!123"},
-        {u"\xD800", "!123"},
+        {u"", "!3"}, {u"C:\\a:b", "!123"}, {u"a|b", "!123"}, {u"C:\\a*", "!123"}, {u"\xD800", "!123"},
         // mapped bytes; never a separator, a dot or the end in disguise
-        {u"C:\\a\xF03A"
-         u"b",
-            "/a:b"},
-        {u"\xF0FF", "\xFF"},
-        {u"C:\\a\xF02F"
-         u"b",
-            "!123"},
-        {u"\xF02E\xF02E", "!123"},
-        {u"\xF000", "!123"},
-        {u"\xF0C3\xF0A9", "!123"},
-        {u"\u00E9", "\xC3\xA9"},
-    };
+        {u"C:\\a\uF03Ab", "/a:b"}, {u"\xF0FF", "\xFF"}, {u"C:\\a\uF02Fb", "!123"}, {u"\xF02E\xF02E", "!123"},
+        {u"\xF000", "!123"}, {u"\xF0C3\xF0A9", "!123"}, {u"\u00E9", "\xC3\xA9"}};
     for (const auto& c : cases)
         EXPECT_EQ(PlaceOf(c.text), c.place) << Readable(c.text);
 }
@@ -132,24 +101,13 @@ TEST(DiskNames, MapWhatTextCannotHoldByteByByte)
     const struct {
         std::string name;
         std::u16string text;
-    } cases[] = {
-        {"a:b",
-            u"a\xF03A"
-            u"b"},
-        {"\\", u"\xF05C"},
-        {"\xFF\xFE", u"\xF0FF\xF0FE"},
-        {"dot. ", u"dot. "},
-        {"\t", u"\t"},
-        {"\xF0\x9F\x98\x80", u"\xD83D\xDE00"},
-        {"\xEF\x80\xBA", u"\xF0EF\xF080\xF0BA"},
+    } cases[] = {{"a:b", u"a\uF03Ab"}, {"\\", u"\xF05C"}, {"\xFF\xFE", u"\xF0FF\xF0FE"}, {"dot. ", u"dot. "},
+        {"\t", u"\t"}, {"\xF0\x9F\x98\x80", u"\xD83D\xDE00"}, {"\xEF\x80\xBA", u"\xF0EF\xF080\xF0BA"},
         {"\xEE\xBF\xBF", u"\xEFFF"},
         // not the shortest form, surrogates, beyond the last character, cut off
-        {"\xC0\xAF", u"\xF0C0\xF0AF"},
-        {"\xED\xA0\x80", u"\xF0ED\xF0A0\xF080"},
-        {"\xF4\x90\x80\x80", u"\xF0F4\xF090\xF080\xF080"},
-        {"\xE2\x82", u"\xF0E2\xF082"},
-        {"\xE2\x82x", u"\xF0E2\xF082x"},
-    };
+        {"\xC0\xAF", u"\xF0C0\xF0AF"}, {"\xED\xA0\x80", u"\xF0ED\xF0A0\xF080"},
+        {"\xF4\x90\x80\x80", u"\xF0F4\xF090\xF080\xF080"}, {"\xE2\x82", u"\xF0E2\xF082"},
+        {"\xE2\x82x", u"\xF0E2\xF082x"}};
     for (const auto& c : cases) {
         EXPECT_EQ(TextOf(c.name), c.text) << Readable(c.text);
         EXPECT_EQ(NameOf(c.text), c.name) << Readable(c.text);

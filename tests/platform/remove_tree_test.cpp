@@ -81,11 +81,9 @@ TEST(RemovingATree, StopsAtTheFirstFailureAndTellsIt)
         bool isFolder;
         std::uint32_t error;
         mode_t mode;
-    } cases[] = {
-        {"tree/a", "tree/a/file", false, ERROR_ACCESS_DENIED, 0555},
+    } cases[] = {{"tree/a", "tree/a/file", false, ERROR_ACCESS_DENIED, 0555},
         {"tree/a", "tree/a", true, ERROR_DIR_NOT_EMPTY, 0333}, // cannot be listed
-        {"tree", "tree/a", true, ERROR_ACCESS_DENIED, 0555},
-    };
+        {"tree", "tree/a", true, ERROR_ACCESS_DENIED, 0555}};
     for (const auto& c : cases) {
         const int exit = AsOrdinaryUser([&] {
             folder.MakeFolder("tree");
