@@ -15,12 +15,12 @@ struct alignas(16) Arena::Chunk {
     std::byte* Begin() noexcept { return reinterpret_cast<std::byte*>(this + 1); }
 };
 
-// A small document is a small block; a large one wastes no more than an eighth.
+// A small document is a small block; a large one wastes no more than a quarter.
 void Arena::Grow(std::size_t bytes)
 {
     constexpr std::size_t smallest = 1024;
     constexpr std::size_t usual = 65536;
-    const std::size_t wanted = std::max(std::clamp(total, smallest, usual), total / 8) - sizeof(Chunk);
+    const std::size_t wanted = std::max(std::clamp(total, smallest, usual), total / 4) - sizeof(Chunk);
     const std::size_t size = std::max(wanted, bytes);
     newest = ::new (::operator new(sizeof(Chunk) + size)) Chunk{newest, size};
     at = newest->Begin();

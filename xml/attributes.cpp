@@ -15,12 +15,12 @@ namespace {
 
 bool IsBefore(const Attribute& left, const Attribute& right) noexcept
 {
-    return left.name != right.name && left.name->View() < right.name->View();
+    return left.name != right.name && *left.name < *right.name;
 }
 
 bool IsNamedAlike(const Attribute& left, const Attribute& right) noexcept
 {
-    return left.name == right.name || left.name->View() == right.name->View();
+    return left.name == right.name || left.name->Is(right.name->View());
 }
 
 void FreeMember(NodeStore& store, const Attribute& member) noexcept
@@ -78,7 +78,7 @@ Attribute* Attributes::FindMember(std::u16string_view name) const noexcept
         return nullptr;
     Attribute* const place = std::lower_bound(array->Begin(), array->End(), name,
         [](const Attribute& member, std::u16string_view sought) { return member.name->View() < sought; });
-    return place != array->End() && place->name->View() == name ? place : nullptr;
+    return place != array->End() && place->name->Is(name) ? place : nullptr;
 }
 
 const Text* Attributes::Find(std::u16string_view name) const noexcept

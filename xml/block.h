@@ -26,10 +26,38 @@ void StoreBlock(void* to, AnyBlock block) noexcept
     std::memcpy(to, &block, sizeof block);
 }
 
+inline std::uint64_t LoadWord(const char16_t* from) noexcept
+{
+    std::uint64_t word = 0;
+    std::memcpy(&word, from, sizeof word);
+    return word;
+}
+
+// For short texts of one length: whole words, the last of which overlaps the one before.
+inline bool IsSame(const char16_t* left, const char16_t* right, std::size_t length) noexcept
+{
+    constexpr std::size_t wordUnits = 4;
+    if (length < wordUnits) {
+        std::size_t i = 0;
+        while (i < length && left[i] == right[i])
+            ++i;
+        return i == length;
+    }
+    for (std::size_t i = 0; i + wordUnits < length; i += wordUnits)
+        if (LoadWord(left + i) != LoadWord(right + i))
+            return false;
+    return LoadWord(left + length - wordUnits) == LoadWord(right + length - wordUnits);
+}
+
+inline Block Fill(std::uint16_t unit) noexcept
+{
+    return Block{unit, unit, unit, unit, unit, unit, unit, unit};
+}
+
 template <char16_t sought>
 Block IsEqual(Block block) noexcept
 {
-    return reinterpret_cast<Block>(block == sought);
+    return reinterpret_cast<Block>(block == Fill(sought));
 }
 
 inline bool IsAnySet(Block block) noexcept

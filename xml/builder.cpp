@@ -40,7 +40,7 @@ void StoreBuilder::EndStartTag(bool isEmpty)
 
 bool StoreBuilder::Close(std::u16string_view name) noexcept
 {
-    if (IsAtTop() || static_cast<ElementRecord*>(open)->name->View() != name)
+    if (IsAtTop() || !static_cast<ElementRecord*>(open)->name->Is(name))
         return false;
     open = open->parent;
     return true;

@@ -9,14 +9,11 @@ Cursor::Position Cursor::GetPosition() const noexcept
 {
     Position position = beginPosition;
     const auto lineFeeds = static_cast<std::uint32_t>(Scan::CountLineFeeds(begin, at));
-    const char16_t* lineBegin = begin;
     if (lineFeeds != 0) {
         position.line += lineFeeds;
         position.column = 1;
-        for (lineBegin = at; lineBegin[-1] != u'\n';)
-            --lineBegin;
     }
-    position.column += static_cast<std::uint32_t>(at - lineBegin);
+    position.column += static_cast<std::uint32_t>(at - Scan::LineBegin(at, begin));
     return position;
 }
 
@@ -48,15 +45,6 @@ void Cursor::Collect()
         collected.Clear();
     isCollected = true;
     collected.Add(std::u16string_view(mark, static_cast<std::size_t>(at - mark)));
-}
-
-std::u16string_view Cursor::EndToken()
-{
-    const char16_t* const first = mark;
-    if (isCollected)
-        Collect();
-    mark = nullptr;
-    return isCollected ? collected.View() : std::u16string_view(first, static_cast<std::size_t>(at - first));
 }
 
 } // namespace Xml

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
+#include <utility>
 
 namespace Xml {
 
@@ -68,7 +69,14 @@ public:
     void AddToToken(char16_t character) { collected.Add(character); }
     void DropToken() noexcept { mark = nullptr; }
     // The characters; valid until the cursor moves or another token begins.
-    std::u16string_view EndToken();
+    std::u16string_view EndToken()
+    {
+        if (isCollected)
+            Collect();
+        const char16_t* const first = std::exchange(mark, nullptr);
+        return isCollected ? collected.View()
+                           : std::u16string_view(first, static_cast<std::size_t>(at - first));
+    }
 
 private:
     void TakePiece();

@@ -193,7 +193,7 @@ FacePtr<Element> ElementNode::GetChildElement(const WideString& name, bool creat
 {
     const std::u16string_view sought(name.c_str());
     for (DomNode* child = record.first; child != nullptr; child = child->next)
-        if (child->IsElement() && static_cast<ElementRecord*>(child)->name->View() == sought)
+        if (child->IsElement() && static_cast<ElementRecord*>(child)->name->Is(sought))
             return WrapElement(store, *static_cast<ElementRecord*>(child));
     if (!create)
         return nullptr;

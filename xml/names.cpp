@@ -18,19 +18,30 @@ NameTable::~NameTable()
 std::uint32_t NameTable::Hash(std::u16string_view text) noexcept
 {
     constexpr std::uint64_t factor = 0x9E3779B97F4A7C15;
-    const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
-    std::size_t left = text.size() * sizeof(char16_t);
-    std::uint64_t hash = left;
-    for (; left >= 8; bytes += 8, left -= 8) {
-        std::uint64_t word = 0;
-        std::memcpy(&word, bytes, 8);
+    constexpr std::size_t wordUnits = 4;
+    const std::size_t length = text.size();
+    const auto mix = [](std::uint64_t hash, std::uint64_t word) {
         hash = (hash ^ word) * factor;
-        hash ^= hash >> 32;
+        return hash ^ hash >> 32;
+    };
+    std::uint64_t hash = length;
+    if (length >= wordUnits) {
+        for (std::size_t i = 0; i + wordUnits < length; i += wordUnits)
+            hash = mix(hash, LoadWord(text.data() + i));
+        hash = mix(hash, LoadWord(text.data() + length - wordUnits));
+    } else if (length != 0) {
+        const std::uint64_t middle = text[length / 2];
+        hash = mix(hash, text.front() | middle << 16 | std::uint64_t{text.back()} << 32);
     }
-    std::uint64_t rest = 0;
-    std::memcpy(&rest, bytes, left);
-    hash = (hash ^ rest) * factor;
-    return static_cast<std::uint32_t>(hash >> 32);
+    return static_cast<std::uint32_t>(hash);
+}
+
+static std::uint64_t StartOf(std::u16string_view text) noexcept
+{
+    std::uint64_t start = 0;
+    for (std::size_t i = 0; i < 4; ++i)
+        start = start << 16 | (i < text.size() ? text[i] : 0);
+    return start;
 }
 
 // Names of one hash can be made at will: a long bucket is not searched to its end, and then there are two
@@ -42,7 +53,7 @@ Name* NameTable::Find(std::u16string_view text, std::uint32_t hash) const noexce
     constexpr int farthest = 32;
     Name* name = buckets[hash & (bucketCount - 1)];
     for (int i = 0; name != nullptr && i < farthest; name = name->next, ++i)
-        if (name->hash == hash && name->View() == text)
+        if (name->hash == hash && name->Is(text))
             return name;
     return nullptr;
 }
@@ -59,9 +70,11 @@ Name& NameTable::Add(WideString text, std::size_t length, std::uint32_t hash)
 {
     if (nameCount == bucketCount)
         Grow();
-    const bool isValid = IsValidName({text.c_str(), length});
+    const std::u16string_view view(text.c_str(), length);
+    const bool isValid = IsValidName(view);
+    const std::uint64_t start = StartOf(view);
     Name& name = *::new (pool.Take(sizeof(Name))) Name{
-        std::move(text), static_cast<std::uint32_t>(length), hash, 1, isValid, nullptr, nullptr};
+        std::move(text), static_cast<std::uint32_t>(length), hash, 1, isValid, start, nullptr, nullptr};
     PutFirst(buckets[hash & (bucketCount - 1)], name);
     ++nameCount;
     return name;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "xml/arena.h"
+#include "xml/block.h"
 #include "xml/text.h"
 
 #include <cstddef>
@@ -18,10 +19,19 @@ struct Name {
     std::uint32_t hash;
     std::size_t uses; // elements and attributes
     bool isValid; // the reader takes it
+    std::uint64_t start; // the first four characters, as a number that orders as they do
     Name* next; // in the bucket
     Name** link; // what points at this one
 
     std::u16string_view View() const noexcept { return {text.c_str(), length}; }
+    bool Is(std::u16string_view other) const noexcept
+    {
+        return length == other.size() && IsSame(text.c_str(), other.data(), length);
+    }
+    friend bool operator<(const Name& left, const Name& right) noexcept
+    {
+        return left.start != right.start ? left.start < right.start : left.View() < right.View();
+    }
 };
 
 class NameTable {

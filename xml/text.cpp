@@ -25,7 +25,7 @@ bool Narrow(std::u16string_view view, std::uint8_t* narrow) noexcept
         narrow[i] = static_cast<std::uint8_t>(view[i]);
     }
     constexpr std::uint16_t beyond = 0xFF00;
-    return (rest & beyond) == 0 && !IsAnySet(seen & beyond);
+    return (rest & beyond) == 0 && !IsAnySet(seen & Fill(beyond));
 }
 
 } // namespace

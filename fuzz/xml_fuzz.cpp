@@ -1,0 +1,152 @@
+// Documents from any bytes. Three roads must agree: the text in one piece, in pieces of the length that the
+// first byte gives, and, as bytes, through a file. What was read is written, and must read as the same tree,
+// but for white space that stands alone.
+#include "platform/text.h"
+#include "xml/document_factory.h"
+#include "xml/parser.h"
+#include "xml/reader_writer.h"
+#include <tessel/base/error.h>
+#include <tessel/module.h>
+#include <tessel/object/impl.h>
+#include <tessel/object/manager.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <string_view>
+#include <unistd.h>
+
+using Xml::NodeType;
+
+namespace {
+
+void Require(bool holds)
+{
+    if (!holds)
+        std::abort();
+}
+
+const FacePtr<Impl<Xml::ReaderWriterFactory, Module>>& GetReaderWriter()
+{
+    static const FacePtr<Object::Manager> manager{Clsid(Object::managerClass)};
+    static const auto documents = MakeFace<Impl<Xml::DocumentFactory, Module>>();
+    static const auto readerWriter = [] {
+        manager->AddFactory(documents);
+        return MakeFace<Impl<Xml::ReaderWriterFactory, Module>>();
+    }();
+    return readerWriter;
+}
+
+struct PiecesStream : Face<StringReadingStream> {
+    PiecesStream(std::u16string_view whole, std::size_t pieceUnits) : left(whole), units(pieceUnits) { }
+
+    WideString Read() override
+    {
+        const std::u16string_view piece = left.substr(0, units);
+        left.remove_prefix(piece.size());
+        return WideString(piece.data(), piece.data() + piece.size());
+    }
+
+    std::u16string_view left;
+    std::size_t units;
+};
+
+// ---- What was read, as a text: the tree without blank texts, or the failure
+
+bool IsBlank(const std::u16string& text)
+{
+    return text.find_first_not_of(u" \t\r\n") == text.npos;
+}
+
+void Tell(const FacePtr<Xml::Node>& node, std::u16string& told)
+{
+    const std::u16string value = node->GetValue().c_str();
+    const NodeType type = node->GetType();
+    if (type == NodeType::Text && IsBlank(value))
+        return;
+    told += static_cast<char16_t>(type);
+    told += value + u'\0';
+    if (const FacePtr<Xml::Element> element = node.TryCast<Xml::Element>())
+        for (const WideString& name : element->GetAttributeNames())
+            told += std::u16string(u"@") + name.c_str() + u'\0' + element->GetAttribute(name).c_str() + u'\0';
+    if (const FacePtr<Xml::ParentNode> parent = node.TryCast<Xml::ParentNode>())
+        for (const FacePtr<Xml::Node>& child : parent->GetChildren())
+            Tell(child, told);
+    told += u'\1';
+}
+
+struct Outcome {
+    FacePtr<Xml::Document> document;
+    std::u16string told;
+};
+
+template <class Read>
+Outcome OutcomeOf(Read read)
+{
+    Outcome outcome;
+    try {
+        outcome.document = read();
+        Tell(outcome.document, outcome.told);
+    } catch (const Error& error) {
+        outcome.told = error.GetLayerText(0).c_str();
+    }
+    return outcome;
+}
+
+// ---- The roads
+
+// What a file of these bytes says: no mark, nothing behind a zero, no last character that is cut off.
+std::u16string TextOf(std::string_view bytes)
+{
+    if (bytes.substr(0, 3) == "\xEF\xBB\xBF")
+        bytes.remove_prefix(3);
+    bytes = bytes.substr(0, bytes.find('\0'));
+    for (std::size_t back = 1; back <= std::min<std::size_t>(3, bytes.size()); ++back) {
+        const auto byte = static_cast<unsigned char>(bytes[bytes.size() - back]);
+        const std::size_t length = byte >= 0xF5 || byte < 0xC2 ? 1 : byte >= 0xF0 ? 4 : byte >= 0xE0 ? 3 : 2;
+        if (length > back) {
+            bytes.remove_suffix(back);
+            break;
+        }
+        if ((byte & 0xC0) != 0x80)
+            break;
+    }
+    std::u16string text(bytes.size(), u'\0');
+    text.resize(Platform::Utf8ToUtf16(bytes.data(), bytes.size(), text.data(), text.size()));
+    return text;
+}
+
+Outcome ReadFile(std::string_view bytes)
+{
+    static const std::string path =
+        (std::filesystem::temp_directory_path() / ("xml_fuzz." + std::to_string(getpid()))).string();
+    std::ofstream(path, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    Outcome outcome = OutcomeOf([] { return GetReaderWriter()->ReadFile(WideString(path.c_str())); });
+    std::filesystem::remove(path);
+    return outcome;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char* input, std::size_t size)
+{
+    if (size == 0)
+        return 0;
+    const std::string_view bytes(reinterpret_cast<const char*>(input) + 1, size - 1);
+    const std::u16string text = TextOf(bytes);
+    const auto read = [](const std::u16string& whole) {
+        return OutcomeOf([&] { return GetReaderWriter()->Read(whole.c_str()); });
+    };
+    const Outcome whole = read(text);
+    const std::size_t units = input[0] % 64 + 1;
+    const auto pieces = MakeFace<Impl<PiecesStream, Module>>(text, units);
+    Require(OutcomeOf([&] { return Xml::Parse(*pieces); }).told == whole.told);
+    if (input[0] >= 0xC0) // files are slow
+        Require(ReadFile(bytes).told == whole.told);
+    if (whole.document)
+        Require(read(GetReaderWriter()->Write(whole.document).c_str()).told == whole.told);
+    return 0;
+}
