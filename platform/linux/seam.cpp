@@ -3,6 +3,7 @@
 #ifdef TESSEL_SEAMS
 
 #include <atomic>
+#include <csignal>
 
 namespace Platform::Seam {
 
@@ -29,6 +30,8 @@ bool Strikes() noexcept
 {
     if (++calls != striking)
         return false;
+    if (plannedError == KILL_PROCESS)
+        ::raise(SIGKILL);
     errno = plannedError;
     return true;
 }

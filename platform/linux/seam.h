@@ -12,6 +12,8 @@ namespace Platform::Seam {
 #ifdef TESSEL_SEAMS
 // The n-th wrapped call from now on (1 is the next one), in any thread, fails with `error`; 0 plans nothing.
 void FailNth(unsigned n, int error) noexcept;
+// As the error of a plan: the process is killed at the call, as by SIGKILL, instead of making it.
+constexpr int KILL_PROCESS = -1;
 // How many wrapped calls there were since the last FailNth.
 unsigned CallCount() noexcept;
 // Counts this call, and tells whether it is the one that fails; if so, errno is set.

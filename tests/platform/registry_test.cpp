@@ -359,8 +359,8 @@ TEST(RegistryHive, OfTheUserLetsNobodyElseIn)
         key.Set(u"v", "1");
     }
     ::umask(mask);
-    for (const char* name : {"user", "user/keys", "user/keys/secret", "user/keys/secret/keys",
-             "user/keys/secret/=v", "user/keys/secret/lock", "user/keys/secret/stamp"}) {
+    for (const char* name : {"user", "user/keys", "user/keys/secret", "user/keys/secret/=v",
+             "user/keys/secret/lock", "user/keys/secret/stamp"}) {
         struct stat status;
         ASSERT_EQ(::lstat(registry.Path(name).c_str(), &status), 0) << name;
         EXPECT_EQ(status.st_mode & 0077U, 0U) << name;

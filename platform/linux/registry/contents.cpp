@@ -33,13 +33,15 @@ struct NameOutput {
 Code GiveSubkey(const KeyFolder& key, const char* fileName, const NameOutput& out) noexcept
 {
     KeyFolder subkey;
-    const Code code = key.OpenSubkeyFolder(fileName, subkey);
+    char16_t room[longestKeyName];
+    std::u16string_view name;
+    Code code = key.OpenSubkeyFolder(fileName, subkey);
+    if (code == ERROR_SUCCESS)
+        code = subkey.ReadName(room, name);
+    if (code == ERROR_SUCCESS && std::string_view(FileNameOfKey(name).text) != fileName)
+        code = ERROR_INVALID_DATA;
     if (code != ERROR_SUCCESS)
         return code == ERROR_INVALID_DATA ? ERROR_FILE_NOT_FOUND : code;
-    char16_t room[longestKeyName];
-    const std::u16string_view name = subkey.ReadName(room);
-    if (name.empty() || std::string_view(FileNameOfKey(name).text) != fileName)
-        return ERROR_FILE_NOT_FOUND;
     return out.Give(name);
 }
 

@@ -13,6 +13,11 @@ namespace Platform::Registry {
 
 namespace {
 
+constexpr const char* NameOf(Hive hive)
+{
+    return hive == Hive::User ? "HKEY_CURRENT_USER" : "HKEY_LOCAL_MACHINE";
+}
+
 constexpr char machineHive[] = "/etc/tessel/registry";
 
 // Empty if the variable is not set, or if the program has more rights than who called it.
@@ -77,8 +82,10 @@ try {
         if (const Code code = MakeFolder(AT_FDCWD, level.c_str(), FolderMode(hive)))
             return code;
         if (end == std::string::npos)
-            return MakeFolder(AT_FDCWD, (path + "/keys").c_str(), FolderMode(hive));
+            break;
     }
+    const bool named = Seam::MakeLinkAt(NameOf(hive), AT_FDCWD, (path + "/name").c_str()) == 0;
+    return named || errno == EEXIST ? ERROR_SUCCESS : CodeOfErrno();
 } catch (const std::bad_alloc&) {
     return ERROR_NOT_ENOUGH_MEMORY;
 }

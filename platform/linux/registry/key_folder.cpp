@@ -54,9 +54,14 @@ Code KeyFolder::OpenSubkey(std::u16string_view name, KeyFolder& subkey) const no
     KeyFolder opened;
     if (const Code code = OpenSubkeyFolder(fileName.text, opened))
         return code;
-    char16_t room[longestKeyName];
-    if (IsDigest(fileName) && !EqualNames(opened.ReadName(room), name))
-        return ERROR_INVALID_DATA;
+    if (IsDigest(fileName)) {
+        char16_t room[longestKeyName];
+        std::u16string_view found;
+        if (const Code code = opened.ReadName(room, found))
+            return code;
+        if (!EqualNames(found, name))
+            return ERROR_INVALID_DATA;
+    }
     subkey = std::move(opened);
     return ERROR_SUCCESS;
 }
@@ -75,12 +80,14 @@ Code KeyFolder::OpenSubkeyFolder(const char* fileName, KeyFolder& subkey) const 
     return ERROR_SUCCESS;
 }
 
-std::u16string_view KeyFolder::ReadName(char16_t* room) const noexcept
+Code KeyFolder::ReadName(char16_t* room, std::u16string_view& name) const noexcept
 {
     NameText text;
     const ssize_t length = Seam::ReadLinkAt(Get(), "name", text.text, sizeof text.text);
-    return length < 0 ? std::u16string_view()
-                      : NameInText({text.text, static_cast<std::size_t>(length)}, room);
+    if (length < 0)
+        return errno == EINVAL ? ERROR_INVALID_DATA : CodeOfErrno(); // no link, or no living key
+    name = NameInText({text.text, static_cast<std::size_t>(length)}, room);
+    return name.empty() ? ERROR_INVALID_DATA : ERROR_SUCCESS;
 }
 
 Descriptor KeyFolder::OpenSubkeys() const noexcept
@@ -100,7 +107,7 @@ Code KeyFolder::OpenAgain(KeyFolder& again) const noexcept
 bool KeyFolder::IsAlive() const noexcept
 {
     struct stat status;
-    return Seam::StatAt(Get(), "keys", &status, AT_SYMLINK_NOFOLLOW) == 0;
+    return Seam::StatAt(Get(), "name", &status, AT_SYMLINK_NOFOLLOW) == 0;
 }
 
 Code KeyFolder::MissingCode() const noexcept

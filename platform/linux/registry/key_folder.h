@@ -1,9 +1,11 @@
 // A key's folder on disk, held open: who has it open goes on reaching this key and no other, whatever
 // becomes of its name.
 //
-//   keys/   the folders of the subkeys. It is there from the key's first moment; removing it, which works
-//           only while it is empty, is the key's death. A folder without it is what a deleted key left.
-//   name    a symbolic link whose text is the name as first written (nothing ever follows it)
+//   name    a symbolic link whose text is the name as first written; nothing ever follows it. It is there
+//   from
+//           the key's first moment, and removing it is the key's death: a folder without it is what a deleted
+//           key left.
+//   keys/   the folders of the subkeys, if there ever were any
 //   lock    whoever changes the key or the list of its subkeys holds a lock on it
 //   stamp   tells readers that something was changed
 //   =...    one file a value
@@ -50,13 +52,13 @@ public:
     Code OpenSubkey(std::u16string_view name, KeyFolder& subkey) const noexcept;
     // The same by the name on disk, whatever key's it is.
     Code OpenSubkeyFolder(const char* fileName, KeyFolder& subkey) const noexcept;
-    // Opens the folder with the folders of the subkeys.
+    // Opens the folder with the folders of the subkeys. -1 with ENOENT if there never were any.
     Descriptor OpenSubkeys() const noexcept;
     // The key again, with nothing shared but the folder.
     Code OpenAgain(KeyFolder& again) const noexcept;
 
-    // The name as first written, in a room of longestKeyName chars. Empty if it cannot be read.
-    std::u16string_view ReadName(char16_t* room) const noexcept;
+    // The name as first written, in a room of longestKeyName chars. ERROR_INVALID_DATA if there is none.
+    Code ReadName(char16_t* room, std::u16string_view& name) const noexcept;
 
     // Whether the key was not deleted. False also on a failure, with errno other than ENOENT.
     bool IsAlive() const noexcept;

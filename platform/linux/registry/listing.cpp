@@ -36,8 +36,12 @@ Code Listing::Make(KeyFolder& key)
     longestName = 0;
     madeAt = key.ReadStamp();
     Descriptor folder = kind == Kind::Subkeys ? key.OpenSubkeys() : OpenFolder(key.Get(), ".");
+    if (!folder && errno == ENOENT && key.IsAlive()) { // there never was a subkey
+        made = true;
+        return ERROR_SUCCESS;
+    }
     if (!folder)
-        return errno == ENOENT ? key.MissingCode() : CodeOfErrno();
+        return errno == ENOENT ? ERROR_KEY_DELETED : CodeOfErrno();
     FolderReader reader;
     if (!reader.Start(std::move(folder)))
         return CodeOfErrno();

@@ -1,9 +1,9 @@
 // A new key is put together aside, as keys/.new of its parent, and renamed to its place. A key dies when its
-// own folder keys/ is removed: that is one step, it works only without subkeys, and nobody can make a subkey
-// there afterwards. What is left then is rubbish, which whoever kills the key removes; if that is cut short,
-// the next who wants the place does it, or the deletion of the parent.
+// link `name` is removed, which is one step. What is left then is rubbish, which whoever kills the key
+// removes; if that is cut short, the next who wants the place does it, or the deletion of the parent.
 //
-// All this goes on under the parent's lock, so that what is found half done was left by somebody killed.
+// All this goes on under the parent's lock, so that what is found half done was left by somebody killed. The
+// lock of the key that dies keeps others from making subkeys there.
 #include "platform/linux/registry/subkeys.h"
 
 #include "platform/errors.h"
@@ -53,7 +53,6 @@ Code Discard(int parent, const char* name) noexcept
         const bool isFolder = errno != ENOTDIR && errno != ELOOP;
         return !isFolder && Seam::UnlinkAt(parent, name, 0) == 0 ? ERROR_SUCCESS : CodeOfErrno();
     }
-    Seam::UnlinkAt(folder.Get(), "keys", AT_REMOVEDIR); // of a new one
     bool removed = true;
     while (Seam::UnlinkAt(parent, name, AT_REMOVEDIR) != 0) {
         // Entries may be missed where others go meanwhile, so once is not always enough.
@@ -81,12 +80,23 @@ Code MakeFolderFor(int subkeys, std::u16string_view name, Hive hive, Descriptor&
             return CodeOfErrno();
     }
     folder = OpenFolder(subkeys, newFolder);
-    if (!folder || Seam::SetMode(folder.Get(), FolderMode(hive)) != 0
-        || Seam::MakeLinkAt(TextOfName(name).text, folder.Get(), "name") != 0
-        || Seam::MakeFolderAt(folder.Get(), "keys", FolderMode(hive)) != 0)
+    return folder && Seam::SetMode(folder.Get(), FolderMode(hive)) == 0
+            && Seam::MakeLinkAt(TextOfName(name).text, folder.Get(), "name") == 0
+        ? ERROR_SUCCESS
+        : CodeOfErrno();
+}
+
+// Opens the folder of the subkeys, which is made for the first one.
+Code OpenOrMakeSubkeys(const KeyFolder& parent, Descriptor& subkeys) noexcept
+{
+    subkeys = parent.OpenSubkeys();
+    if (subkeys || errno != ENOENT)
+        return subkeys ? ERROR_SUCCESS : CodeOfErrno();
+    const mode_t mode = FolderMode(parent.GetHive());
+    if (Seam::MakeFolderAt(parent.Get(), "keys", mode) != 0)
         return CodeOfErrno();
-    const Descriptor inner = OpenFolder(folder.Get(), "keys");
-    return inner && Seam::SetMode(inner.Get(), FolderMode(hive)) == 0 ? ERROR_SUCCESS : CodeOfErrno();
+    subkeys = parent.OpenSubkeys();
+    return subkeys && Seam::SetMode(subkeys.Get(), mode) == 0 ? ERROR_SUCCESS : CodeOfErrno();
 }
 
 // Gives the new folder its place.
@@ -116,16 +126,17 @@ Code DiscardDead(const KeyFolder& key) noexcept
     });
 }
 
-// Ends the life of the key, if it has no subkeys.
-Code Kill(const KeyFolder& key) noexcept
+// Removes the folder of the subkeys. ERROR_ACCESS_DENIED if there are any.
+Code RemoveSubkeys(const KeyFolder& key) noexcept
 {
-    if (Seam::UnlinkAt(key.Get(), "keys", AT_REMOVEDIR) == 0)
-        return ERROR_SUCCESS;
-    if (!IsNotEmpty(errno))
-        return CodeOfErrno();
-    if (const Code code = DiscardDead(key))
-        return code;
-    return Seam::UnlinkAt(key.Get(), "keys", AT_REMOVEDIR) == 0 ? ERROR_SUCCESS : CodeOfErrno();
+    for (bool swept = false;; swept = true) {
+        if (Seam::UnlinkAt(key.Get(), "keys", AT_REMOVEDIR) == 0 || errno == ENOENT)
+            return ERROR_SUCCESS;
+        if (swept || !IsNotEmpty(errno))
+            return CodeOfErrno();
+        if (const Code code = DiscardDead(key))
+            return code;
+    }
 }
 
 } // namespace
@@ -140,9 +151,9 @@ Code MakeSubkey(KeyFolder& parent, std::u16string_view name, KeyFolder& subkey, 
         return code;
     if (const Code code = change.Announce(true))
         return code;
-    const Descriptor subkeys = parent.OpenSubkeys();
-    if (!subkeys)
-        return CodeOfErrno();
+    Descriptor subkeys;
+    if (const Code code = OpenOrMakeSubkeys(parent, subkeys))
+        return code;
     Descriptor folder;
     Code code = MakeFolderFor(subkeys.Get(), name, parent.GetHive(), folder);
     if (code == ERROR_SUCCESS)
@@ -171,8 +182,10 @@ Code DeleteSubkey(KeyFolder& parent, std::u16string_view name) noexcept
         return code;
     if (const Code code = inner.Announce(true))
         return code;
-    if (const Code code = Kill(subkey))
+    if (const Code code = RemoveSubkeys(subkey))
         return code;
+    if (Seam::UnlinkAt(subkey.Get(), "name", 0) != 0)
+        return CodeOfErrno();
     inner.LeaveOpen();
     // The key is gone, whatever becomes of its rubbish now.
     if (const Descriptor subkeys = parent.OpenSubkeys())

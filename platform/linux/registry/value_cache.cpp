@@ -6,11 +6,7 @@ namespace Platform::Registry {
 
 namespace {
 
-// With a guess at what the map and the allocator add.
-std::size_t SizeOf(const ValueCache::Value& value)
-{
-    return 64 + sizeof value + value.name.size() * sizeof(char16_t) + value.bytes.size();
-}
+constexpr std::size_t costOfEntry = 64; // what the map and the allocator add, as a guess in bytes
 
 } // namespace
 
@@ -27,31 +23,40 @@ const ValueCache::Value* ValueCache::Find(std::u16string_view name, const Stamp&
 }
 
 void ValueCache::Keep(std::u16string_view name, const Stamp& stamp, std::uint32_t type, const void* bytes,
-    std::uint32_t size) noexcept
+    std::uint32_t size, const ValueLayout& layout) noexcept
 try {
-    if (!stamp.IsSettled() || stamp.sequence != sequence || size > largestValue)
+    if (!stamp.IsSettled() || stamp.sequence != sequence)
         return;
-    Value value{std::u16string(name), type, {static_cast<const char*>(bytes), size}};
-    if (used + SizeOf(value) > capacity)
+    if (size > largestValue)
+        return Forget(name);
+    if (used > capacity)
         Clear();
-    const auto [place, isNew] = values.try_emplace(HashOfName(name));
-    if (!isNew)
-        used -= SizeOf(place->second);
-    place->second = std::move(value);
-    used += SizeOf(place->second);
+    Value& value = values.try_emplace(HashOfName(name)).first->second;
+    used -= value.cost;
+    value.cost = 0;
+    value.name = name;
+    value.type = type;
+    value.bytes.assign(static_cast<const char*>(bytes), size);
+    value.layout = layout;
+    value.cost = sizeof value + costOfEntry + name.size() * sizeof(char16_t) + size;
+    used += value.cost;
 } catch (const std::bad_alloc&) {
-    return;
+    Forget(name); // it may be half filled
 }
 
-void ValueCache::Follow(const Stamp& before, const Stamp& after, std::u16string_view changed) noexcept
+void ValueCache::Follow(const Stamp& before, const Stamp& after) noexcept
 {
     if (!before.IsSettled() || before.sequence != sequence)
         Clear();
     sequence = after.sequence;
-    const auto found = values.find(HashOfName(changed));
+}
+
+void ValueCache::Forget(std::u16string_view name) noexcept
+{
+    const auto found = values.find(HashOfName(name));
     if (found == values.end())
         return;
-    used -= SizeOf(found->second);
+    used -= found->second.cost;
     values.erase(found);
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "platform/linux/registry/key_folder.h"
+#include "platform/linux/registry/value_file.h"
 
 #include <string>
 #include <unordered_map>
@@ -13,8 +14,10 @@ class ValueCache {
 public:
     struct Value {
         std::u16string name;
-        std::uint32_t type;
+        std::uint32_t type = 0;
         std::string bytes;
+        ValueLayout layout;
+        std::size_t cost = 0; // bytes of memory, roughly
     };
     // Larger values are not kept.
     static constexpr std::uint32_t largestValue = 4096; // bytes
@@ -24,10 +27,11 @@ public:
 
     // Remembers what was read after the stamp was. Where memory is short it does not.
     void Keep(std::u16string_view name, const Stamp& stamp, std::uint32_t type, const void* bytes,
-        std::uint32_t size) noexcept;
+        std::uint32_t size, const ValueLayout& layout) noexcept;
 
     // A change through this handle: what held before it holds after it, but for the value itself.
-    void Follow(const Stamp& before, const Stamp& after, std::u16string_view changed) noexcept;
+    void Follow(const Stamp& before, const Stamp& after) noexcept;
+    void Forget(std::u16string_view name) noexcept;
 
 private:
     static constexpr std::size_t capacity = 4 << 20; // bytes, roughly

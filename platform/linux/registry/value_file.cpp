@@ -192,7 +192,28 @@ bool ValueFile::WriteNext(int descriptor, std::uint32_t type, const void* bytes,
         Seam::Truncate(descriptor, static_cast<off_t>(written ? end : EndOf(slots[newest])));
         errno = kept;
     }
+    if (written) {
+        slots[older] = next.slot;
+        newest = older;
+    }
     return written;
+}
+
+bool ValueFile::WriteNext(
+    int descriptor, ValueLayout& layout, std::uint32_t type, const void* bytes, std::uint32_t size) noexcept
+{
+    const unsigned older = 1 - layout.newest;
+    const Composed next(older, layout.sequence + 1, type, bytes, size, 0);
+    if (!WriteAll(descriptor, &next, next.Size(), SlotPosition(layout.room, older)))
+        return false;
+    layout = {layout.room, older, layout.sequence + 1};
+    return true;
+}
+
+ValueLayout ValueFile::Layout() const noexcept
+{
+    const bool inside = slots[0].place == 0 && slots[1].place == 0;
+    return {inside ? header.room : 0, newest, slots[newest].sequence};
 }
 
 bool ValueFile::Create(int descriptor, std::u16string_view name, std::uint32_t type, const void* bytes,

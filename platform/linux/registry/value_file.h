@@ -18,6 +18,13 @@ enum class Reading {
     Failed, // errno tells
 };
 
+// Where the copies lie in a file whose slots hold them both: enough to write the next one without reading.
+struct ValueLayout {
+    std::uint32_t room = 0; // bytes in each slot; 0: not such a file
+    unsigned newest = 0;
+    std::uint64_t sequence = 0; // of the newest
+};
+
 class ValueFile {
 public:
     // Reads the newest whole copy. Its bytes go to `room` if they fit, otherwise they are only checked.
@@ -31,6 +38,13 @@ public:
     // Replaces the older copy of the file that was just read. False with errno; the newest copy is then
     // still there and still the newest.
     bool WriteNext(int descriptor, std::uint32_t type, const void* bytes, std::uint32_t size) noexcept;
+
+    // The layout of what was read or written last.
+    ValueLayout Layout() const noexcept;
+    // As WriteNext, for a file of this layout and a size that fits in its slots. The layout becomes the new
+    // one.
+    static bool WriteNext(int descriptor, ValueLayout& layout, std::uint32_t type, const void* bytes,
+        std::uint32_t size) noexcept;
 
     // Fills a file that has nothing in it. False with errno.
     static bool Create(int descriptor, std::u16string_view name, std::uint32_t type, const void* bytes,

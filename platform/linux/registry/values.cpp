@@ -50,38 +50,46 @@ Code Query(OpenKey& key, std::u16string_view name, const ValueOutput& out) noexc
     if (code != ERROR_SUCCESS)
         return code;
     if (file.Size() <= sizeof small)
-        key.cache.Keep(name, stamp, file.Type(), room, file.Size());
+        key.cache.Keep(name, stamp, file.Type(), room, file.Size(), file.Layout());
     return out.Give(file.Type(), room, file.Size());
 }
 
-// Writes into the file that is there. False if there is none that is whole, and nothing shares it: a file
-// with a second link somewhere is not ours to write into.
-bool WriteInPlace(
-    Change& change, int folder, const char* fileName, const NewValue& value, Code& code) noexcept
+// Writes into the file that is there; what lies in it is known if `layout` has a room, and is told there
+// afterwards. False if there is none that is whole, or it has a second link somewhere: then it is not ours to
+// write into.
+bool WriteInPlace(Change& change, int folder, const char* fileName, const NewValue& value,
+    ValueLayout& layout, Code& code) noexcept
 {
     const Descriptor opened(Seam::OpenAt(folder, fileName, O_RDWR | O_NOFOLLOW | O_NONBLOCK));
     if (!opened) {
         code = CodeOfErrno();
         return code != ERROR_FILE_NOT_FOUND && code != ERROR_INVALID_DATA;
     }
-    struct stat status;
-    if (Seam::Status(opened.Get(), &status) != 0) {
-        code = CodeOfErrno();
-        return true;
-    }
-    if (!S_ISREG(status.st_mode) || status.st_nlink != 1)
-        return false;
+    const bool known = layout.room != 0 && value.size <= layout.room;
     ValueFile file;
-    const Reading reading = file.Read(opened.Get(), nullptr, 0);
-    if (reading == Reading::Failed) {
-        code = CodeOfErrno();
-        return true;
+    if (!known) {
+        struct stat status;
+        const bool got = Seam::Status(opened.Get(), &status) == 0;
+        if (got && (!S_ISREG(status.st_mode) || status.st_nlink != 1))
+            return false;
+        const Reading reading = got ? file.Read(opened.Get(), nullptr, 0) : Reading::Failed;
+        if (reading == Reading::Failed) {
+            code = CodeOfErrno();
+            return true;
+        }
+        if (reading != Reading::Whole || !EqualNames(file.Name(), value.name))
+            return false;
     }
-    if (reading != Reading::Whole || !EqualNames(file.Name(), value.name))
-        return false;
     code = change.Announce(false);
-    if (code == ERROR_SUCCESS && !file.WriteNext(opened.Get(), value.type, value.bytes, value.size))
+    if (code != ERROR_SUCCESS)
+        return true;
+    const bool written = known
+        ? ValueFile::WriteNext(opened.Get(), layout, value.type, value.bytes, value.size)
+        : file.WriteNext(opened.Get(), value.type, value.bytes, value.size);
+    if (!written)
         code = CodeOfErrno();
+    else if (!known)
+        layout = file.Layout();
     return true;
 }
 
@@ -119,11 +127,15 @@ Code Set(OpenKey& key, const NewValue& value) noexcept
     if (code != ERROR_SUCCESS)
         return code;
     const FileName fileName = FileNameOfValue(value.name);
-    if (!WriteInPlace(change, key.folder.Get(), fileName.text, value, code))
+    const auto* const known = key.cache.Find(value.name, change.Before());
+    ValueLayout layout = known ? known->layout : ValueLayout{};
+    if (!WriteInPlace(change, key.folder.Get(), fileName.text, value, layout, code)) {
         code = WriteNew(change, key.folder.Get(), key.folder.GetHive(), fileName.text, value);
+        layout = {};
+    }
     if (code == ERROR_SUCCESS) {
-        key.cache.Follow(change.Before(), change.After(), value.name);
-        key.cache.Keep(value.name, change.After(), value.type, value.bytes, value.size);
+        key.cache.Follow(change.Before(), change.After());
+        key.cache.Keep(value.name, change.After(), value.type, value.bytes, value.size, layout);
     }
     return code;
 }
@@ -142,7 +154,8 @@ Code Delete(OpenKey& key, std::u16string_view name) noexcept
         return code;
     if (Seam::UnlinkAt(key.folder.Get(), fileName.text, 0) != 0)
         return CodeOfErrno();
-    key.cache.Follow(change.Before(), change.After(), name);
+    key.cache.Follow(change.Before(), change.After());
+    key.cache.Forget(name);
     return ERROR_SUCCESS;
 }
 

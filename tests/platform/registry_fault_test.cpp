@@ -1,0 +1,179 @@
+// Each operation meets a fault at its first system call, at its second, and so on to the last: the call
+// fails, or is unknown to the system, or the process is killed there, or there is no memory. Whatever it was,
+// the store is then as before or as after, and the operation can be done again.
+#include "platform/linux/seam.h"
+#include "tests/allocation_plan.h"
+#include "tests/platform/registry_store.h"
+
+#include <cerrno>
+#include <functional>
+
+using namespace Platform;
+
+namespace {
+
+// All keys and values below a key, as text.
+std::string Contents(Handle parent, const std::u16string& path)
+{
+    Handle opened;
+    if (RegOpenKeyExW(parent, path.c_str(), 0, KEY_READ, &opened) != 0)
+        return "";
+    const Key key(opened);
+    std::string text = "{";
+    for (const std::u16string& name : key.Values())
+        text += testing::PrintToString(name) + "=" + key.Get(name).value_or("damaged").substr(0, 20) + ";";
+    for (const std::u16string& name : key.Subkeys())
+        text += testing::PrintToString(name) + Contents(key, name);
+    return text == "{" && path.empty() ? "" : text + "}"; // that a hive has begun is nothing yet
+}
+
+const std::string largeOld(100'000, 'o');
+const std::string largeOlder(100'000, 'p');
+const std::string largeNew(100'000, 'n');
+
+// The handle is opened before the fault, so that this meets the operation alone.
+struct Subject {
+    const Key key{u"k"};
+    const Key reading{u"k"};
+};
+
+struct Operation {
+    const char* name;
+    std::function<void(const Key&)> prepare;
+    std::function<std::uint32_t(const Subject&)> run;
+};
+
+const Operation operations[] = {
+    {"set a new value", [](const Key&) {}, [](const Subject& s) { return s.key.Set(u"V", "new"); }},
+    {"set a new large value", [](const Key&) {}, [](const Subject& s) { return s.key.Set(u"V", largeNew); }},
+    {"set a value", [](const Key& k) { k.Set(u"v", "old"); },
+        [](const Subject& s) { return s.key.Set(u"V", "new"); }},
+    {"make a value large", [](const Key& k) { k.Set(u"v", "old"); },
+        [](const Subject& s) { return s.key.Set(u"V", largeNew); }},
+    {"make a large value small", [](const Key& k) { k.Set(u"v", largeOlder), k.Set(u"v", largeOld); },
+        [](const Subject& s) { return s.key.Set(u"V", "new"); }},
+    {"delete a value", [](const Key& k) { k.Set(u"v", "old"); },
+        [](const Subject& s) {
+            const std::uint32_t code = s.key.Delete(u"V");
+            return code == ERROR_FILE_NOT_FOUND ? 0 : code;
+        }},
+    {"make a key", [](const Key&) {},
+        [](const Subject& s) {
+            Handle made;
+            const std::uint32_t code =
+                RegCreateKeyExW(s.key, u"Sub", 0, nullptr, 0, KEY_READ, nullptr, &made, nullptr);
+            return code != 0 ? code : RegCloseKey(made);
+        }},
+    {"delete a key",
+        [](const Key& k) {
+            const Key subkey(u"Sub", k);
+            subkey.Set(u"v", "old");
+            subkey.Set(u"w", "old");
+        },
+        [](const Subject& s) {
+            const std::uint32_t code = RegDeleteKeyW(s.reading, u"SUB");
+            return code == ERROR_FILE_NOT_FOUND ? 0 : code;
+        }},
+    {"begin a hive", [](const Key&) {},
+        [](const Subject&) {
+            Handle made;
+            const std::uint32_t code =
+                RegCreateKeyExW(HKEY_LOCAL_MACHINE, u"m", 0, nullptr, 0, KEY_READ, nullptr, &made, nullptr);
+            return code != 0 ? code : RegCloseKey(made);
+        }},
+    {"read a value", [](const Key& k) { k.Set(u"v", "old"); },
+        [](const Subject& s) {
+            char bytes[3];
+            std::uint32_t size = 3;
+            const std::uint32_t code = RegQueryValueExW(s.reading, u"v", nullptr, nullptr, bytes, &size);
+            EXPECT_TRUE(code != 0 || std::string(bytes, size) == "old");
+            return code;
+        }},
+    {"list",
+        [](const Key& k) {
+            k.Set(u"v", "old");
+            const Key subkey(u"Sub", k);
+        },
+        [](const Subject& s) {
+            char16_t name[4];
+            std::uint32_t chars = 4;
+            std::uint32_t code =
+                RegEnumValueW(s.reading, 0, name, &chars, nullptr, nullptr, nullptr, nullptr);
+            EXPECT_TRUE(code != 0 || std::u16string(name) == u"v");
+            chars = 4;
+            if (code == 0)
+                code = RegEnumKeyExW(s.reading, 0, name, &chars, nullptr, nullptr, nullptr, nullptr);
+            EXPECT_TRUE(code != 0 || std::u16string(name) == u"Sub");
+            return code;
+        }}};
+
+struct Fault {
+    const char* name;
+    std::function<void(unsigned)> plan; // for the n-th; 0 ends it
+    std::function<unsigned()> count;
+    bool kills;
+};
+
+std::function<void(unsigned)> CallFails(int error)
+{
+    return [error](unsigned n) { Seam::FailNth(n, error); };
+}
+
+const Fault faults[] = {{"a call fails", CallFails(EIO), Seam::CallCount, false},
+    {"the disk is full", CallFails(ENOSPC), Seam::CallCount, false},
+    {"a call is unknown", CallFails(ENOSYS), Seam::CallCount, false},
+    {"killed", CallFails(Seam::KILL_PROCESS), Seam::CallCount, true},
+    {"no memory", AllocationPlan::FailNth, AllocationPlan::Count, false}};
+
+// What the n-th fault leaves behind. False when the operation has no n-th step any more.
+bool MeetFault(const Operation& operation, const Fault& fault, unsigned n)
+{
+    const TemporaryRegistry registry;
+    const std::string where =
+        std::string(operation.name) + ", " + fault.name + " at step " + std::to_string(n);
+    const Subject subject;
+    operation.prepare(subject.key);
+    const auto contents = [] {
+        return Contents(HKEY_CURRENT_USER, u"k") + Contents(HKEY_LOCAL_MACHINE, u"");
+    };
+    const std::string before = contents();
+    const std::size_t descriptors = OpenDescriptors();
+    unsigned steps = 0;
+    std::uint32_t code = 1;
+    const auto run = [&] {
+        fault.plan(n);
+        code = operation.run(subject);
+        steps = fault.count();
+        fault.plan(0);
+        return steps >= n ? 1 : 0;
+    };
+    const bool met = fault.kills ? InAnotherProcess(run) == -1 : run() == 1;
+    const std::string left = contents();
+    // Lock and stamp of the handle may have been opened.
+    EXPECT_LE(OpenDescriptors(), descriptors + 3) << where;
+    EXPECT_EQ(operation.run(subject), 0U) << where;
+    const std::string after = contents();
+    EXPECT_TRUE(left == before || left == after) << where << " left " << left;
+    EXPECT_TRUE(code != 0 || left == after) << where << " was told as done";
+    EXPECT_EQ(after.find("damaged"), std::string::npos) << where;
+    // Whatever was left half done does not outlive the key.
+    RegDeleteKeyW(subject.key, u"Sub");
+    EXPECT_EQ(RegDeleteKeyW(HKEY_CURRENT_USER, u"k"), 0U) << where;
+    EXPECT_EQ(::rmdir(registry.Path("user/keys").c_str()), 0) << where;
+    return met;
+}
+
+TEST(RegistryFault, LeavesTheOldOrTheNewState)
+{
+    for (const Fault& fault : faults) {
+        for (const Operation& operation : operations) {
+            unsigned n = 1;
+            while (n < 100 && MeetFault(operation, fault, n))
+                ++n;
+            EXPECT_LT(n, 100U) << operation.name << " never comes to its end";
+            EXPECT_TRUE(n > 2 || fault.name == std::string("no memory")) << operation.name << " met no fault";
+        }
+    }
+}
+
+} // namespace
