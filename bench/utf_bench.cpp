@@ -28,7 +28,7 @@ namespace {
 using Texts = std::vector<std::string>;
 using WideTexts = std::vector<std::u16string>;
 
-std::string Wide8(const std::u32string& text)
+std::string ToUtf8(const std::u32string& text)
 {
     return QString::fromUcs4(text.data(), static_cast<int>(text.size())).toStdString();
 }
@@ -72,7 +72,7 @@ std::u32string Prose(const Alphabet& alphabet, std::size_t letters, std::mt19937
 Texts Megabyte(const Alphabet& alphabet)
 {
     std::mt19937 random(1);
-    std::string text = Wide8(Prose(alphabet, 1 << 20, random));
+    std::string text = ToUtf8(Prose(alphabet, 1 << 20, random));
     std::size_t end = 1 << 20;
     while ((static_cast<unsigned char>(text[end]) & 0xC0) == 0x80)
         --end;
@@ -85,27 +85,39 @@ Texts Phrases(const Alphabet& alphabet)
     std::mt19937 random(2);
     Texts texts;
     for (int i = 0; i < 1000; ++i)
-        texts.push_back(Wide8(Prose(alphabet, 10 + random() % 31, random)));
+        texts.push_back(ToUtf8(Prose(alphabet, 10 + random() % 31, random)));
     return texts;
 }
 
 // ---- The three sides, each from a text to a text of its own
 
+// All sides take their memory from malloc, as Qt does.
+struct Free {
+    void operator()(void* memory) const { std::free(memory); }
+};
+template <class Unit>
+using Memory = std::unique_ptr<Unit[], Free>;
+template <class Unit>
+Memory<Unit> Allocate(std::size_t units)
+{
+    return Memory<Unit>(static_cast<Unit*>(std::malloc(units * sizeof(Unit))));
+}
+
 struct Owned16 {
-    std::unique_ptr<char16_t[]> text;
+    Memory<char16_t> text;
     std::size_t length;
 };
 struct Owned8 {
-    std::unique_ptr<char[]> text;
+    Memory<char> text;
     std::size_t length;
 };
 
 // Makes room in a new block, and keeps of the old one what is asked for.
 template <class Unit>
-auto Growing(std::unique_ptr<Unit[]>& text)
+auto Growing(Memory<Unit>& text)
 {
     return [&text](std::size_t units, std::size_t kept) {
-        auto larger = std::make_unique_for_overwrite<Unit[]>(units + 1);
+        Memory<Unit> larger = Allocate<Unit>(units + 1);
         if (kept > 0)
             std::memcpy(larger.get(), text.get(), kept * sizeof(Unit));
         text = std::move(larger);
@@ -169,14 +181,14 @@ std::size_t IcuInto8(const std::u16string& source, char* target, std::size_t cap
 
 Owned16 IcuTo16(const std::string& source)
 {
-    Owned16 result{std::make_unique_for_overwrite<char16_t[]>(source.size() + 1), 0};
+    Owned16 result{Allocate<char16_t>(source.size() + 1), 0};
     result.length = IcuInto16(source, result.text.get(), source.size() + 1);
     return result;
 }
 
 Owned8 IcuTo8(const std::u16string& source)
 {
-    Owned8 result{std::make_unique_for_overwrite<char[]>(3 * source.size() + 1), 0};
+    Owned8 result{Allocate<char>(3 * source.size() + 1), 0};
     result.length = IcuInto8(source, result.text.get(), 3 * source.size() + 1);
     return result;
 }

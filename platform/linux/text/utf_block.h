@@ -103,6 +103,20 @@ inline __m128i LoadShort(const unsigned char* source, std::size_t bytes) noexcep
     return _mm_shuffle_epi8(Load(end - blockBytes), Load(slide + blockBytes - left));
 }
 
+// Where four blocks begin that cover a text of one to four blocks, whatever its length: at the start and at
+// these places. They overlap. Units are those of the text; the last block is given.
+struct FourBlocks {
+    FourBlocks(std::ptrdiff_t lastBlock, std::ptrdiff_t block) noexcept
+        : second(lastBlock < block ? lastBlock : block),
+          third(lastBlock > block ? lastBlock - block : 0),
+          last(lastBlock)
+    {
+    }
+    std::ptrdiff_t second;
+    std::ptrdiff_t third;
+    std::ptrdiff_t last;
+};
+
 template <std::size_t piece>
 bool CopyInTwo(unsigned char* target, const unsigned char* source, std::size_t bytes) noexcept
 {
@@ -116,8 +130,10 @@ bool CopyInTwo(unsigned char* target, const unsigned char* source, std::size_t b
 }
 
 // Up to 32 bytes, from a buffer of that size.
-inline void StoreShort(void* target, const void* buffer, std::size_t bytes) noexcept
+inline void StoreShort(void* target, const void* buffer, std::size_t count) noexcept
 {
+    constexpr std::size_t most = 32;
+    const std::size_t bytes = count < most ? count : most; // it is, but no compiler can know
     auto* const to = static_cast<unsigned char*>(target);
     const auto* const from = static_cast<const unsigned char*>(buffer);
     if (!CopyInTwo<16>(to, from, bytes) && !CopyInTwo<8>(to, from, bytes) && !CopyInTwo<4>(to, from, bytes)

@@ -230,6 +230,20 @@ public:
         return true;
     }
 
+    void TakeAscii(const unsigned char* source, const FourBlocks& blocks) noexcept
+    {
+        const auto widen = [this, source](std::ptrdiff_t place) {
+            const __m128i block = Load(source + place);
+            Store(next + place, _mm_unpacklo_epi8(block, _mm_setzero_si128()));
+            Store(next + place + 8, _mm_unpackhi_epi8(block, _mm_setzero_si128()));
+        };
+        widen(0);
+        widen(blocks.second);
+        widen(blocks.third);
+        widen(blocks.last);
+        next += blocks.last + blockBytes;
+    }
+
     template <Kind kind>
     [[gnu::target("ssse3,popcnt"), gnu::always_inline]] inline void Take(const Chars& chars) noexcept
     {
@@ -260,6 +274,11 @@ public:
     std::size_t Units() const noexcept { return units; }
     void TakeBack(std::ptrdiff_t chars) noexcept { units -= static_cast<std::size_t>(chars); }
 
+    void TakeAscii(const unsigned char*, const FourBlocks& blocks) noexcept
+    {
+        units += static_cast<std::size_t>(blocks.last + blockBytes);
+    }
+
     template <Kind kind>
     [[gnu::target("ssse3,popcnt"), gnu::always_inline]] inline void Take(const Chars& chars) noexcept
     {
@@ -283,6 +302,8 @@ public:
     // Takes all that is valid and whole, and gives what is left.
     [[gnu::target("ssse3,popcnt"), gnu::always_inline]] inline const unsigned char* Read() noexcept
     {
+        if (end - next >= blockBytes && end - next <= strideBytes)
+            ReadShortText();
         while (end - next >= strideBytes && sink.HasRoom(strideBytes) && ReadStride()) { }
         while (end != next && ReadBlock()) { }
         StepBack();
@@ -290,6 +311,52 @@ public:
     }
 
 private:
+    // A text of one to four blocks, of which any number may be left over. What costs there are branches that
+    // cannot be foretold: its kind is found without a loop, by four blocks that overlap and cover every
+    // length; then there is one loop, and one look at the faults. Where it is not taken, nothing is.
+    [[gnu::target("ssse3,popcnt"), gnu::always_inline]] inline void ReadShortText() noexcept
+    {
+        const FourBlocks blocks(end - next - blockBytes, blockBytes);
+        const __m128i highest = _mm_max_epu8(_mm_max_epu8(Load(next), Load(next + blocks.second)),
+            _mm_max_epu8(Load(next + blocks.third), Load(next + blocks.last)));
+        const Kind kind = KindOf(highest);
+        if (kind == Kind::Ascii && sink.HasRoom(end - next)) {
+            sink.TakeAscii(next, blocks);
+            next = end;
+        } else if (kind == Kind::TwoBytes && sink.HasRoom(strideBytes + blockBytes)) {
+            ReadShortTextOf<Kind::TwoBytes>();
+        } else if (kind > Kind::TwoBytes && sink.HasRoom(strideBytes + blockBytes)) {
+            ReadShortTextOf<Kind::FourBytes>();
+        }
+    }
+
+    template <Kind kind>
+    [[gnu::target("ssse3,popcnt"), gnu::always_inline]] inline void ReadShortTextOf() noexcept
+    {
+        const Sink before = sink;
+        const unsigned char* place = next;
+        __m128i earlier = _mm_setzero_si128();
+        __m128i faults = _mm_setzero_si128();
+        for (bool isLast = false; !isLast; place += blockBytes) {
+            isLast = end - place < blockBytes; // it may hold nothing but the zeros behind the end
+            const __m128i block = isLast ? LoadLast(start, place, end) : Load(place);
+            const Chars chars = CharsOf<kind>(block, earlier);
+            faults = _mm_or_si128(faults, chars.faults);
+            sink.template Take<kind>(chars);
+            earlier = block;
+        }
+        sink.TakeBack(place - end);
+        if (IsAllZero(faults))
+            next = end;
+        else
+            sink = before;
+    }
+
+    [[gnu::target("ssse3,popcnt"), gnu::always_inline]] inline __m128i NextBlock() const noexcept
+    {
+        return end - next >= blockBytes ? Load(next) : LoadLast(start, next, end);
+    }
+
     [[gnu::target("ssse3,popcnt"), gnu::always_inline]] inline bool ReadStride() noexcept
     {
         const __m128i highest = _mm_max_epu8(_mm_max_epu8(Load(next), Load(next + 16)),
@@ -348,7 +415,7 @@ private:
 
     [[gnu::target("ssse3,popcnt"), gnu::always_inline]] inline bool ReadBlock() noexcept
     {
-        const __m128i block = end - next >= blockBytes ? Load(next) : LoadLast(start, next, end);
+        const __m128i block = NextBlock();
         switch (KindOf(_mm_max_epu8(block, previous))) {
         case Kind::Ascii:
             return ReadBlockOf<Kind::Ascii>(block);
@@ -386,7 +453,7 @@ private:
             return true;
         }
         if constexpr (std::is_same_v<Sink, Writing>) {
-            char16_t aside[blockBytes];
+            char16_t aside[blockBytes]{};
             Writing writing(aside, std::end(aside));
             writing.template Take<kind>(chars);
             return sink.Copy(aside, writing.Next() - aside - zeros);

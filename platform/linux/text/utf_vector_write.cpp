@@ -163,6 +163,19 @@ public:
         next += 2 * blockChars;
     }
 
+    void TakeAscii(const char16_t* source, const FourBlocks& blocks) noexcept
+    {
+        const auto narrow = [this, source](std::ptrdiff_t place) {
+            const __m128i block = Load(source + place);
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(next + place), _mm_packus_epi16(block, block));
+        };
+        narrow(0);
+        narrow(blocks.second);
+        narrow(blocks.third);
+        narrow(blocks.last);
+        next += blocks.last + blockChars;
+    }
+
     [[gnu::target("ssse3,popcnt"), gnu::always_inline]] inline void TakeTwoBytes(__m128i chars) noexcept
     {
         const __m128i isOne = IsBelow(chars, 0x80);
@@ -197,6 +210,11 @@ public:
     void TakeBack(std::ptrdiff_t bytes) noexcept { units -= static_cast<std::size_t>(bytes); }
 
     void TakeAscii(__m128i, __m128i) noexcept { units += 2 * blockChars; }
+    void TakeAscii(const char16_t*, const FourBlocks& blocks) noexcept
+    {
+        units += static_cast<std::size_t>(blocks.last + blockChars);
+    }
+
     [[gnu::target("ssse3,popcnt"), gnu::always_inline]] inline void TakeTwoBytes(__m128i chars) noexcept
     {
         units += 2 * blockChars - static_cast<std::size_t>(std::popcount(Mask(IsBelow(chars, 0x80)))) / 2;
@@ -223,6 +241,8 @@ public:
     // Takes all that is valid and whole, and gives what is left.
     [[gnu::target("ssse3,popcnt"), gnu::always_inline]] inline const char16_t* Read() noexcept
     {
+        if (end - next >= blockChars && end - next <= strideChars)
+            ReadShortText();
         while (end - next >= strideChars && sink.HasRoom(overwrittenByStride) && ReadStride()) { }
         while (end != next && ReadBlock()) { }
         if (next != start && IsHighSurrogate(next[-1])) { // it has given its two bytes
@@ -233,6 +253,24 @@ public:
     }
 
 private:
+    // A text of one to four blocks, of which any number may be left over. Its kind is found without a loop:
+    // four blocks that overlap cover every length.
+    [[gnu::target("ssse3,popcnt"), gnu::always_inline]] inline void ReadShortText() noexcept
+    {
+        const FourBlocks blocks(end - next - blockChars, blockChars);
+        const __m128i all = _mm_or_si128(_mm_or_si128(Load(next), Load(next + blocks.second)),
+            _mm_or_si128(Load(next + blocks.third), Load(next + blocks.last)));
+        const Kind kind = KindOf(all, FillBytes(0xFF)); // surrogates are dealt with where they may be
+        if (kind == Kind::Ascii && sink.HasRoom(end - next)) {
+            sink.TakeAscii(next, blocks);
+            next = end;
+        } else if (kind == Kind::TwoBytes) {
+            while (next != end && ReadBlockOf<Kind::TwoBytes>()) { }
+        } else if (kind == Kind::Pairs) {
+            while (next != end && ReadBlockOf<Kind::Pairs>()) { }
+        }
+    }
+
     // Half a pair at the end of the block before must be followed by the other half.
     bool EndsInHalf() const noexcept
     {
@@ -291,59 +329,60 @@ private:
         return true;
     }
 
-    // False if half a pair is in it, or no room for it. The last block has zeros behind the source's end,
-    // each of which gives a byte.
+    [[gnu::target("ssse3,popcnt"), gnu::always_inline]] inline __m128i NextBlock() const noexcept
+    {
+        const auto bytes = [](const char16_t* at) { return reinterpret_cast<const unsigned char*>(at); };
+        return end - next >= blockChars ? Load(next) : LoadLast(bytes(start), bytes(next), bytes(end));
+    }
+
     [[gnu::target("ssse3,popcnt"), gnu::always_inline]] inline bool ReadBlock() noexcept
     {
-        const auto bytes = [](const char16_t* place) {
-            return reinterpret_cast<const unsigned char*>(place);
-        };
-        const std::ptrdiff_t taken = end - next < blockChars ? end - next : blockChars;
-        const __m128i chars =
-            taken == blockChars ? Load(next) : LoadLast(bytes(start), bytes(next), bytes(end));
-        if (!TakeBlock(chars, blockChars - taken))
+        const Kind kind = KindOf(NextBlock(), FillBytes(0xFF)); // surrogates are dealt with where they may be
+        if (kind == Kind::Pairs)
+            return ReadBlockOf<Kind::Pairs>();
+        if (EndsInHalf())
             return false;
+        return kind == Kind::Ascii ? ReadBlockOf<Kind::Ascii>() : ReadBlockOf<Kind::TwoBytes>();
+    }
+
+    // False if half a pair is in it, or no room for it. The last block has zeros behind the source's end,
+    // each of which gives a byte.
+    template <Kind kind>
+    [[gnu::target("ssse3,popcnt"), gnu::always_inline]] inline bool ReadBlockOf() noexcept
+    {
+        const __m128i chars = NextBlock();
+        const std::ptrdiff_t taken = end - next < blockChars ? end - next : blockChars;
+        const std::ptrdiff_t zeros = blockChars - taken;
+        if (sink.HasRoom(overwrittenByBlock)) {
+            if (!TakeBlock<kind>(chars, sink))
+                return false;
+            sink.TakeBack(zeros);
+        } else if constexpr (std::is_same_v<Sink, Writing>) {
+            char aside[overwrittenByBlock + 4]{};
+            Writing writing(aside, std::end(aside));
+            if (!TakeBlock<kind>(chars, writing) || !sink.Copy(aside, writing.Next() - aside - zeros))
+                return false;
+        }
         next += taken;
         previous = chars;
         return true;
     }
 
+    template <Kind kind>
     [[gnu::target("ssse3,popcnt"), gnu::always_inline]] inline bool TakeBlock(
-        __m128i chars, std::ptrdiff_t zeros) noexcept
+        __m128i chars, Sink& target) noexcept
     {
-        const Kind kind = KindOf(chars, FillBytes(0xFF)); // surrogates are dealt with where they may be
-        if (kind != Kind::Pairs && EndsInHalf())
-            return false;
-        if (sink.HasRoom(overwrittenByBlock)) {
-            if (!TakeBlockOf(kind, chars, sink))
-                return false;
-            sink.TakeBack(zeros);
-            return true;
-        }
-        if constexpr (std::is_same_v<Sink, Writing>) {
-            char aside[overwrittenByBlock + 4];
-            Writing writing(aside, std::end(aside));
-            return TakeBlockOf(kind, chars, writing) && sink.Copy(aside, writing.Next() - aside - zeros);
-        }
-        return false;
-    }
-
-    [[gnu::target("ssse3,popcnt"), gnu::always_inline]] inline bool TakeBlockOf(
-        Kind kind, __m128i chars, Sink& target) noexcept
-    {
-        if (kind == Kind::Ascii) {
+        if constexpr (kind == Kind::Ascii) {
             target.TakeAscii(chars, chars);
             target.TakeBack(blockChars);
-            return true;
-        }
-        if (kind == Kind::TwoBytes) {
+        } else if constexpr (kind == Kind::TwoBytes) {
             target.TakeTwoBytes(chars);
-            return true;
+        } else {
+            const SplitBytes bytes = BytesWithPairs(chars, previous);
+            if (!IsAllZero(bytes.unpaired))
+                return false;
+            target.Take(bytes);
         }
-        const SplitBytes bytes = BytesWithPairs(chars, previous);
-        if (!IsAllZero(bytes.unpaired))
-            return false;
-        target.Take(bytes);
         return true;
     }
 
