@@ -27,12 +27,7 @@ namespace {
 
 enum class Chosen { nothing, uniqueSymbol, threadLocal, threadKey, exitAction, exceptionPointer, thread };
 
-template <class T>
-struct [[gnu::visibility("default")]] Shared
-{
-    static inline int value = 0;
-};
-struct [[gnu::visibility("default")]] Number{};
+struct Number { };
 
 template <Chosen chosen>
 int Use(int argument)
