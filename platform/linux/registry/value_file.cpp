@@ -84,7 +84,8 @@ Reading ValueFile::Read(int descriptor, void* room, std::uint32_t roomBytes) noe
     Reading reading = ReadHeader(descriptor);
     if (reading != Reading::Whole)
         return reading;
-    const bool second = slots[1].sequence > slots[0].sequence;
+    // Whatever number a file has come to, the next one is newer.
+    const bool second = static_cast<std::int64_t>(slots[1].sequence - slots[0].sequence) > 0;
     reading = CheckSlot(descriptor, second ? 1 : 0, room, roomBytes);
     if (reading == Reading::Damaged)
         reading = CheckSlot(descriptor, second ? 0 : 1, room, roomBytes);

@@ -58,7 +58,7 @@ private:
         std::uint64_t checksum; // of the above and the name
     };
     struct Slot {
-        std::uint64_t sequence; // the higher one is newer
+        std::uint64_t sequence; // the higher one is newer, around the end of the numbers
         std::uint32_t type;
         std::uint32_t size; // bytes
         std::uint64_t place; // of the bytes in the file; 0: behind this
