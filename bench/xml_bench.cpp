@@ -602,7 +602,7 @@ void Register(const Case& tested)
         written.path += ".written";
         Side::Write(Side::Parse(tested.path), written.path);
         RequireEqual(FingerprintOf<Pugi>(written), expected, Side::name, written);
-        add("Free", Free<Side>);
+        add("Free", Free<Side>)->Iterations(15); // each of which has to parse first
         add("Write", Write<Side>);
         add("Walk", Walk<Side>);
     }
