@@ -142,10 +142,12 @@ std::vector<WideString> MemoryProperties::EnumProperties() const
 
 void MemoryProperties::Clear() noexcept
 {
-    Shared* const released = std::exchange(shared, nullptr);
-    // acquire and release: what other holders read happens before the contents go
-    if (released != nullptr && released->refCount.fetch_sub(1, std::memory_order_acq_rel) == 1)
-        delete static_cast<Contents*>(released);
+    Release(std::exchange(shared, nullptr));
+}
+
+void MemoryProperties::Free(Shared* released) noexcept
+{
+    delete static_cast<Contents*>(released);
 }
 
 // The list of an archived bag, as any other bag would come out through its virtual operations.
@@ -154,5 +156,7 @@ void MemoryProperties::WriteTo(WriteArchive& archive) const
     archive << static_cast<std::uint32_t>(shared != nullptr ? Read()->GetCount() : 0);
     if (shared == nullptr)
         return;
-    Read()->ForEach([&archive](const NameMap::Entry& entry) { archive << entry.name << entry.value; });
+    Read()->ForEach([&archive](const NameMap::Entry& entry) {
+        archive.WriteText(entry.name.c_str(), entry.length) << entry.value;
+    });
 }

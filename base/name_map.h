@@ -1,15 +1,17 @@
 // NameMap: Values by name. Names are the same without regard to case, stand in the order of _wcsicmp, and
 // keep the form in which they were first put in.
 //
-// Entries stand in blocks of a few dozen, so that a search touches few cache lines and an insertion moves few
-// entries. A block keeps hashes of its folded names: a name that is there is mostly compared only once.
+// Entries stand in blocks of a few dozen, in order within a block and from block to block: a search touches
+// few cache lines, and an insertion moves few entries. Two things are kept beside the names so that most of
+// them need not be looked at: the prefix of the first name of each block, by which the block is found, and a
+// hash of each name, by which the name is found in its block.
 #pragma once
 
 #include <tessel/base/value.h>
 
-#include <array>
 #include <cstddef>
 #include <memory>
+#include <utility>
 #include <vector>
 
 class NameMap {
@@ -36,9 +38,9 @@ public:
     template <class Visitor>
     void ForEach(Visitor&& visit) const
     {
-        for (const std::unique_ptr<Block>& block : blocks)
-            for (std::size_t i = 0; i < block->count; ++i)
-                visit(std::as_const(*block->entries[i]));
+        for (const Range& range : ranges)
+            for (std::uint32_t i = 0; i < range.block->GetCount(); ++i)
+                visit(std::as_const(range.block->At(i)));
     }
 
 private:
@@ -50,24 +52,64 @@ private:
         std::uint32_t length; // in characters
         std::uint32_t hash; // of the folded characters
     };
-    struct Block {
-        static constexpr std::size_t capacity = 32;
 
-        std::size_t Find(const Key& key) const noexcept; // count where it is not there
-        std::size_t PlaceOf(const Key& key) const noexcept; // of the first entry that is not less
-        void Insert(std::size_t place, std::uint32_t hash, std::unique_ptr<Entry> entry) noexcept;
-        void Erase(std::size_t place) noexcept;
+    // Up to `capacity` entries and their hashes, which follow in the same allocation.
+    class Block {
+    public:
+        static constexpr std::uint32_t atFirst = 12; // the capacity that a map begins with
+        static constexpr std::uint32_t most = 32;
 
-        std::size_t count = 0;
-        std::array<std::uint32_t, capacity> hashes;
-        std::array<std::unique_ptr<Entry>, capacity> entries;
+        struct Deleter {
+            void operator()(Block* block) const noexcept;
+        };
+        using Ptr = std::unique_ptr<Block, Deleter>;
+
+        static Ptr Make(std::uint32_t capacity);
+        // A block with room for so many, with copies of the entries.
+        Ptr Copy() const;
+        // A block of the largest capacity, with the entries themselves; this one is empty then.
+        Ptr Grown();
+        // Moves the second half of the entries to an empty block.
+        void MoveHalf(Block& upper) noexcept;
+
+        std::uint32_t GetCount() const noexcept { return count; }
+        bool IsFull() const noexcept { return count == capacity; }
+        std::uint32_t GetCapacity() const noexcept { return capacity; }
+        Entry& At(std::uint32_t place) const noexcept { return Entries()[place]; }
+
+        // The place of the name; the count where it is not there.
+        std::uint32_t Find(const Key& key) const noexcept;
+        // The place of the first entry that is not less.
+        std::uint32_t PlaceOf(const Key& key) const noexcept;
+        Entry& Insert(std::uint32_t place, const Key& key, const WideString& name) noexcept;
+        void Erase(std::uint32_t place) noexcept;
+
+    private:
+        explicit Block(std::uint32_t itsCapacity) noexcept : capacity(itsCapacity) { }
+
+        Entry* Entries() const noexcept { return reinterpret_cast<Entry*>(const_cast<Block*>(this) + 1); }
+        std::uint32_t* Hashes() const noexcept
+        {
+            return reinterpret_cast<std::uint32_t*>(Entries() + capacity);
+        }
+
+        std::uint32_t count = 0;
+        const std::uint32_t capacity;
+    };
+    static_assert(sizeof(Block) % alignof(Entry) == 0);
+
+    struct Range {
+        std::uint64_t prefix; // of the block's first name: its beginning, as a number in the same order
+        Block::Ptr block;
     };
 
+    static std::uint64_t PrefixOf(const char16_t* text, std::size_t length) noexcept;
     static int Compare(const Key& key, const Entry& entry) noexcept;
     static bool IsSame(const Key& key, const Entry& entry) noexcept;
-    std::size_t BlockOf(const Key& key) const noexcept;
-    Block& MakeRoom(std::size_t index, const Key& key);
+    std::size_t RangeOf(const Key& key) const noexcept;
+    bool IsBehindAll(const Key& key) const noexcept;
+    Range& MakeRoom(std::size_t index, const Key& key, bool isBehindAll);
 
-    std::vector<std::unique_ptr<Block>> blocks; // none is empty
+    std::vector<Range> ranges; // no block is empty
     std::size_t count = 0;
 };

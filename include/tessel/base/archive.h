@@ -71,8 +71,17 @@ public:
     WriteArchive& operator<<(std::uint8_t number) { return Write(number); }
     WriteArchive& operator<<(std::uint32_t number) { return Write(number); }
     WriteArchive& operator<<(std::uint64_t number) { return Write(number); }
-    WriteArchive& operator<<(const WideString& text);
+    WriteArchive& operator<<(const WideString& text)
+    {
+        return WriteText(text.c_str(), static_cast<std::uint32_t>(text.GetLength()));
+    }
     WriteArchive& operator<<(const Binary& binary);
+    // As a string of these terminated characters.
+    WriteArchive& WriteText(const char16_t* text, std::uint32_t length)
+    {
+        WideString::SerializeText(StartWriting(WideString::GetSerializedSize(length), 4), text, length);
+        return *this;
+    }
 
     // All that was written, shared and not copied; the empty Binary where nothing was.
     Binary GetBinary() const noexcept { return bytes.GetSize() == sizeof(std::uint32_t) ? Binary() : bytes; }
@@ -168,12 +177,6 @@ inline unsigned char* WriteArchive::StartWriting(std::uint32_t size, std::uint32
         Grow(end);
     bytes.block->size = static_cast<std::uint32_t>(end);
     return bytes.block->Bytes() + begin;
-}
-
-inline WriteArchive& WriteArchive::operator<<(const WideString& text)
-{
-    text.Serialize(StartWriting(text.GetSerializedSize(), 4));
-    return *this;
 }
 
 inline WriteArchive& WriteArchive::operator<<(const Binary& binary)

@@ -27,7 +27,7 @@ public:
         std::swap(shared, copy.shared);
         return *this;
     }
-    ~MemoryProperties() override { MemoryProperties::Clear(); }
+    ~MemoryProperties() override { Release(shared); }
 
     // Without a default: "MPR-not-found(%s:%d)" with the name and the type asked for, or
     // "MPR-bad-type(%s:%d %d)" with the name, the type asked for and the one found.
@@ -56,6 +56,14 @@ private:
         std::atomic<std::uint32_t> refCount{1}; // bags that share them; above 1: not to be changed
     };
     struct Contents;
+
+    static void Release(Shared* released) noexcept
+    {
+        // acquire and release: what other holders read happens before the contents go
+        if (released != nullptr && released->refCount.fetch_sub(1, std::memory_order_acq_rel) == 1)
+            Free(released);
+    }
+    static void Free(Shared* released) noexcept;
 
     TESSEL_HIDDEN const NameMap* Read() const noexcept;
     TESSEL_HIDDEN NameMap& Write();

@@ -143,6 +143,12 @@ public:
     std::uint32_t GetSerializedSize() const noexcept;
     // Lays the stored form down in a buffer of GetSerializedSize bytes (null: none) and returns its size.
     std::uint32_t Serialize(void* target) const noexcept;
+    // Both for a text whose number of characters is known.
+    static constexpr std::uint32_t GetSerializedSize(std::size_t length) noexcept
+    {
+        return length == 0 ? 4 : SizeOf(length) + 8;
+    }
+    static void SerializeText(void* target, const Char* source, std::size_t length) noexcept;
     // Takes a stored form of at most `available` bytes and returns how many it used; 0 where the bytes are no
     // stored text, cannot be converted, lack their terminator, or memory is out: the string is empty then.
     std::uint32_t Deserialize(const void* source, std::uint32_t available) noexcept;
@@ -414,23 +420,29 @@ void BaseString<Traits>::SystemError(std::uint32_t code, const Char* prefix) noe
 template <class Traits>
 std::uint32_t BaseString<Traits>::GetSerializedSize() const noexcept
 {
-    return IsEmpty() ? 4 : static_cast<std::uint32_t>(GetSize()) + 8;
+    return GetSerializedSize(GetLength());
 }
 
 template <class Traits>
 std::uint32_t BaseString<Traits>::Serialize(void* target) const noexcept
 {
-    const std::uint32_t size = IsEmpty() ? 0 : static_cast<std::uint32_t>(GetSize());
-    if (target != nullptr) {
-        auto* const bytes = static_cast<unsigned char*>(target);
-        std::memcpy(bytes, &size, 4);
-        if (size != 0) {
-            const std::uint32_t page = Traits::codePage;
-            std::memcpy(bytes + 4, &page, 4);
-            std::memcpy(bytes + 8, text, size);
-        }
-    }
-    return size != 0 ? size + 8 : 4;
+    const std::size_t length = GetLength();
+    if (target != nullptr)
+        SerializeText(target, text, length);
+    return GetSerializedSize(length);
+}
+
+template <class Traits>
+void BaseString<Traits>::SerializeText(void* target, const Char* source, std::size_t length) noexcept
+{
+    auto* const bytes = static_cast<unsigned char*>(target);
+    const std::uint32_t size = length == 0 ? 0 : SizeOf(length);
+    const std::uint32_t page = Traits::codePage;
+    std::memcpy(bytes, &size, 4);
+    if (size == 0)
+        return;
+    std::memcpy(bytes + 4, &page, 4);
+    std::memcpy(bytes + 8, source, size);
 }
 
 template <class Traits>

@@ -53,18 +53,21 @@ private:
         return payload;
     }
 
-    // The new payload is taken before the old one goes: it may live in what is let go.
     template <class Payload>
     Value& Set(Payload& payload, Type newType, const Payload& value) noexcept
     {
-        Payload taken = value;
         if (type == newType) {
-            payload = std::move(taken);
-        } else {
+            payload = value;
+            return *this;
+        }
+        if (type == Type::string || type == Type::binary || type == Type::face) {
+            Payload taken = value; // it may live in what is let go
             Reset();
             std::construct_at(&payload, std::move(taken));
-            type = newType;
+        } else {
+            std::construct_at(&payload, value);
         }
+        type = newType;
         return *this;
     }
 
