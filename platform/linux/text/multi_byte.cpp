@@ -97,6 +97,23 @@ int FailWith(std::uint32_t code) noexcept
     return 0;
 }
 
+// A terminated text. The converters of the C library need not know the terminator (that of UTF-7 takes it for
+// a wrong byte), and a page with shift states goes back to the first one in front of it: so it is added here.
+template <class Source, class From, class Unit>
+Conversion ConvertTerminated(std::uint32_t codePage, const From* source, Target<Unit> target) noexcept
+{
+    const std::size_t units = Length(source);
+    if (IsUtf8(codePage) || CodePages::IsSingleBytePage(codePage))
+        return Convert(codePage, Source{source, units + 1}, target);
+    if (target.start != nullptr)
+        --target.capacity; // there is room for something, or it would be a measurement
+    Conversion done = Convert(codePage, Source{source, units}, target);
+    if (done.outcome == Outcome::Done && target.start != nullptr)
+        target.start[done.written] = 0;
+    ++done.written;
+    return done;
+}
+
 template <class Source, class From, class To>
 int ConvertChecked(std::uint32_t codePage, std::uint32_t flags, std::uint32_t strictFlag, const From* source,
     int sourceUnits, To* target, int targetUnits) noexcept
@@ -105,9 +122,11 @@ int ConvertChecked(std::uint32_t codePage, std::uint32_t flags, std::uint32_t st
         return FailWith(ERROR_INVALID_FLAGS);
     if (source == nullptr || sourceUnits == 0 || targetUnits < 0 || (target == nullptr && targetUnits > 0))
         return FailWith(ERROR_INVALID_PARAMETER);
-    const std::size_t units = sourceUnits < 0 ? Length(source) + 1 : static_cast<std::size_t>(sourceUnits);
-    const Conversion done = Convert(codePage, Source{source, units},
-        Target<To>{targetUnits == 0 ? nullptr : target, static_cast<std::size_t>(targetUnits), flags != 0});
+    const Target<To> room{
+        targetUnits == 0 ? nullptr : target, static_cast<std::size_t>(targetUnits), flags != 0};
+    const Conversion done = sourceUnits < 0
+        ? ConvertTerminated<Source>(codePage, source, room)
+        : Convert(codePage, Source{source, static_cast<std::size_t>(sourceUnits)}, room);
     if (done.outcome != Outcome::Done)
         return FailWith(ErrorOf(done.outcome));
     return done.written > INT_MAX ? FailWith(ERROR_INVALID_PARAMETER) : static_cast<int>(done.written);
