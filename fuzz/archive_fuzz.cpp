@@ -1,0 +1,168 @@
+// Any bytes as an archive: the first byte says of what. Whatever can be read must travel well: written, and
+// read again, it is the same. Refusing is fine, and so is nothing else: no read beyond the bytes, no
+// allocation that they do not justify.
+#include "platform/text.h"
+#include <tessel/base/memory_properties.h>
+#include <tessel/base/value.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <sanitizer/asan_interface.h>
+#include <string>
+
+extern "C" int __sanitizer_install_malloc_and_free_hooks(
+    void (*allocated)(const volatile void*, std::size_t), void (*freed)(const volatile void*));
+
+namespace {
+
+// The most bytes that one allocation may have now.
+thread_local std::size_t mostBytes = SIZE_MAX;
+
+[[maybe_unused]] const int installed = __sanitizer_install_malloc_and_free_hooks(
+    [](const volatile void*, std::size_t bytes) {
+        if (bytes > mostBytes)
+            std::abort();
+    },
+    [](const volatile void*) {});
+
+void Require(bool holds, const char* what)
+{
+    if (holds)
+        return;
+    std::fprintf(stderr, "%s\n", what);
+    std::abort();
+}
+
+// A Binary whose block may not be touched behind the bytes that are in use.
+class Guarded {
+public:
+    Guarded(const std::uint8_t* bytes, std::size_t size) : binary(bytes, static_cast<std::uint32_t>(size))
+    {
+        if (!binary.IsEmpty())
+            ASAN_POISON_MEMORY_REGION(
+                binary.GetData() + binary.GetSize(), binary.GetCapacity() - binary.GetSize());
+    }
+    ~Guarded()
+    {
+        if (!binary.IsEmpty())
+            ASAN_UNPOISON_MEMORY_REGION(binary.GetData(), binary.GetCapacity());
+    }
+    Guarded(const Guarded&) = delete;
+    Guarded& operator=(const Guarded&) = delete;
+
+    const Binary binary;
+};
+
+template <class Item>
+Binary Written(const Item& item)
+{
+    WriteArchive archive;
+    archive << item;
+    return archive.GetBinary();
+}
+
+// Reads one item after the other until the bytes are refused.
+template <class Item>
+void ReadItems(const Binary& bytes)
+{
+    Item read;
+    try {
+        for (ReadArchive archive(bytes);;) {
+            archive >> read;
+            const Binary once = Written(read);
+            Item again;
+            ReadArchive second(once);
+            second >> again;
+            Require(Written(again) == once, "what was read does not travel");
+        }
+    } catch (const Error& error) {
+        Require(error.HasCode(Error::badFormat), "refused with another code");
+    }
+    if constexpr (std::is_same_v<Item, Error>)
+        static_cast<void>(read.Format()); // what a failure left behind is usable
+}
+
+void ReadBag(const Binary& bytes)
+{
+    MemoryProperties bag;
+    try {
+        bag.Import(bytes);
+    } catch (const Error& error) {
+        Require(error.HasCode(Error::badFormat), "refused with another code");
+    }
+    const std::vector<WideString> names = bag.EnumProperties();
+    Require(std::is_sorted(names.begin(), names.end(),
+                [](const WideString& left, const WideString& right) {
+                    return Platform::_wcsicmp(left.c_str(), right.c_str()) < 0;
+                }),
+        "names out of order");
+    for (const WideString& name : names)
+        Require(bag.GetType(name) != Properties::PropertyType::none, "a name without a value");
+    MemoryProperties again;
+    again.Import(bag.Export());
+    Require(bag.IsSubsetOf(again, true) && again.IsSubsetOf(bag, true), "the bag does not travel");
+}
+
+// Plain items in an order that the bytes themselves choose; the reader's place is checked against the rule.
+void ReadSequence(const Binary& bytes)
+{
+    try {
+        ReadArchive archive(bytes);
+        for (std::uint32_t i = bytes.GetSize(); i-- > 0;) {
+            std::uint8_t byte = 0;
+            std::uint32_t number = 0;
+            std::uint64_t large = 0;
+            WideString text;
+            Binary binary;
+            switch (bytes.GetData()[i] % 5) {
+            case 0:
+                archive >> byte;
+                break;
+            case 1:
+                archive >> number;
+                break;
+            case 2:
+                archive >> large;
+                break;
+            case 3:
+                archive >> text;
+                Require(Platform::wcslen(text.c_str()) == text.GetLength(), "a text without an end");
+                break;
+            default:
+                archive >> binary;
+                break;
+            }
+        }
+    } catch (const Error& error) {
+        Require(error.HasCode(Error::badFormat), "refused with another code");
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
+{
+    if (size == 0)
+        return 0;
+    const Guarded guarded(bytes + 1, size - 1);
+    // A narrow text doubles when it is widened, a growing archive takes half as much again, and the converters
+    // of the C library have tables.
+    mostBytes = (1U << 20) + 8 * size;
+    switch (bytes[0] % 4) {
+    case 0:
+        ReadItems<Error>(guarded.binary);
+        break;
+    case 1:
+        ReadItems<Value>(guarded.binary);
+        break;
+    case 2:
+        ReadBag(guarded.binary);
+        break;
+    default:
+        ReadSequence(guarded.binary);
+        break;
+    }
+    mostBytes = SIZE_MAX;
+    return 0;
+}

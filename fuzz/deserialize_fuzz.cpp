@@ -1,0 +1,47 @@
+// Any bytes as the stored form of a string, at an even and at an odd address.
+#include <tessel/base/string.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+namespace {
+
+void Require(bool holds, const char* what)
+{
+    if (holds)
+        return;
+    std::fprintf(stderr, "%s\n", what);
+    std::abort();
+}
+
+void Check(const std::uint8_t* bytes, std::uint32_t size)
+{
+    WideString text = u"what was there before";
+    const std::uint32_t used = text.Deserialize(bytes, size);
+    Require(used <= size, "used more than there is");
+    Require(used != 0 || text.IsEmpty(), "a text although it was refused");
+    Require(used == 4 || used == 0 || used >= 8, "used a part of the header");
+    // A text may grow when it is widened, but no character comes out of nothing.
+    Require(text.GetLength() <= size, "longer than what it was made of");
+    const std::uint32_t storedSize = text.GetSerializedSize();
+    const std::unique_ptr<std::uint8_t[]> stored(new std::uint8_t[storedSize]);
+    Require(text.Serialize(stored.get()) == storedSize, "another size than announced");
+    WideString again;
+    Require(again.Deserialize(stored.get(), storedSize) == storedSize, "its own stored form is refused");
+    Require(again == text, "the text does not travel");
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
+{
+    for (const std::size_t shift : {0U, 1U}) {
+        // An allocation of exactly this size, so that no byte behind it can be read unseen.
+        const std::unique_ptr<std::uint8_t[]> copy(new std::uint8_t[size + shift]);
+        std::memcpy(copy.get() + shift, bytes, size);
+        Check(copy.get() + shift, static_cast<std::uint32_t>(size));
+    }
+    return 0;
+}
