@@ -2,6 +2,7 @@
 // modules go again. Each line that begins with "+" was checked.
 #include "host/memory_map.h"
 #include "host/narrator.h"
+#include "host/settings.h"
 #include "lamps/lamp.h"
 #include "shop/till.h"
 
@@ -135,6 +136,12 @@ void Run(bool scanned)
     if (!scanned)
         Claim(!IsInMemory("lamps.dll") && !IsInMemory("shop.dll"),
             "To tell all this, still no module was loaded.");
+    // In a registry of the demo's own, unless somebody has named another one.
+    ::setenv("TESSEL_REGISTRY", (ModuleFolder() / "registry").c_str(), 0);
+    if (scanned)
+        WriteSettings();
+    else
+        ReadSettings();
     UseLamp();
     DropModules(CatchFailure());
 }
