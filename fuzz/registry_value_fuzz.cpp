@@ -99,7 +99,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (reading != Reading::Whole)
         return 0;
     // Whole means that the bytes are in the file: what it claims to hold is no more than what there is.
-    Require(file.Size() <= content.size() && file.Name().size() <= longestValueName);
+    Require(file.Size() <= content.size() && file.Name().size() <= valueNameLimit);
     std::string bytes(file.Size(), '\0');
     ValueFile again;
     Require(again.Read(memory.descriptor, bytes.data(), file.Size()) == Reading::Whole);

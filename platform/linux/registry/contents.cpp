@@ -33,7 +33,7 @@ struct NameOutput {
 Code GiveSubkey(const KeyFolder& key, const char* fileName, const NameOutput& out) noexcept
 {
     KeyFolder subkey;
-    char16_t room[longestKeyName];
+    char16_t room[keyNameLimit];
     std::u16string_view name;
     Code code = key.OpenSubkeyFolder(fileName, subkey);
     if (code == ERROR_SUCCESS)

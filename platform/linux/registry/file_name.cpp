@@ -168,7 +168,7 @@ std::size_t CharsOf(std::string_view encoded) noexcept
 {
     unsigned value = 0;
     if (!encoded.starts_with(digestMark))
-        return Decode(encoded, nullptr, longestValueName);
+        return Decode(encoded, nullptr, valueNameLimit);
     return HexValue(encoded.substr(digestMark.size(), 4), value) ? value : nothing;
 }
 
@@ -191,12 +191,12 @@ FileName FileNameOfValue(std::u16string_view name) noexcept
 
 bool IsFileNameOfKey(std::string_view fileName) noexcept
 {
-    return !fileName.empty() && fileName.front() != '.' && CharsOf(fileName) <= longestKeyName;
+    return !fileName.empty() && fileName.front() != '.' && CharsOf(fileName) <= keyNameLimit;
 }
 
 bool IsFileNameOfValue(std::string_view fileName) noexcept
 {
-    return fileName.starts_with(valueMark) && CharsOf(BehindMark(fileName)) <= longestValueName;
+    return fileName.starts_with(valueMark) && CharsOf(BehindMark(fileName)) <= valueNameLimit;
 }
 
 std::size_t CharsOfKey(std::string_view fileName) noexcept
@@ -225,7 +225,7 @@ NameText TextOfName(std::u16string_view name) noexcept
 
 std::u16string_view NameInText(std::string_view text, char16_t* room) noexcept
 {
-    const std::size_t chars = Decode(text, room, longestKeyName);
+    const std::size_t chars = Decode(text, room, keyNameLimit);
     if (chars == nothing)
         return {};
     const std::u16string_view name(room, chars);

@@ -7,8 +7,8 @@
 
 namespace Platform::Registry {
 
-constexpr std::size_t longestKeyName = 255; // chars
-constexpr std::size_t longestValueName = 16383;
+constexpr std::size_t keyNameLimit = 255; // chars
+constexpr std::size_t valueNameLimit = 16383;
 
 // In bytes. File systems that encrypt names take no more than this, others take 255.
 constexpr std::size_t longestFileName = 143;
@@ -32,12 +32,12 @@ std::size_t CharsOfValue(std::string_view fileName) noexcept;
 bool IsDigest(const FileName& keyFolder) noexcept;
 
 // A key's name as first written, in the text of its link.
-constexpr std::size_t longestNameText = 6 * longestKeyName; // bytes
+constexpr std::size_t longestNameText = 6 * keyNameLimit; // bytes
 struct NameText {
     char text[longestNameText + 1];
 };
 NameText TextOfName(std::u16string_view name) noexcept;
-// The name in the text, or nothing if no name has this text. `room` has longestKeyName chars.
+// The name in the text, or nothing if no name has this text. `room` has keyNameLimit chars.
 std::u16string_view NameInText(std::string_view text, char16_t* room) noexcept;
 
 // Equal but for case.

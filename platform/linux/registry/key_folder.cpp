@@ -55,7 +55,7 @@ Code KeyFolder::OpenSubkey(std::u16string_view name, KeyFolder& subkey) const no
     if (const Code code = OpenSubkeyFolder(fileName.text, opened))
         return code;
     if (IsDigest(fileName)) {
-        char16_t room[longestKeyName];
+        char16_t room[keyNameLimit];
         std::u16string_view found;
         if (const Code code = opened.ReadName(room, found))
             return code;

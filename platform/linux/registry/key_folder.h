@@ -57,7 +57,7 @@ public:
     // The key again, with nothing shared but the folder.
     Code OpenAgain(KeyFolder& again) const noexcept;
 
-    // The name as first written, in a room of longestKeyName chars. ERROR_INVALID_DATA if there is none.
+    // The name as first written, in a room of keyNameLimit chars. ERROR_INVALID_DATA if there is none.
     Code ReadName(char16_t* room, std::u16string_view& name) const noexcept;
 
     // Whether the key was not deleted. False also on a failure, with errno other than ENOENT.

@@ -35,7 +35,7 @@ public:
     bool IsPossibleBelow(unsigned level) const noexcept
     {
         for (Path left = *this; !left.IsAtEnd(); ++level)
-            if (left.Next().size() > longestKeyName)
+            if (left.Next().size() > keyNameLimit)
                 return false;
         return level <= deepestLevel;
     }

@@ -102,7 +102,7 @@ Reading ValueFile::ReadHeader(int descriptor) noexcept
         return Reading::Damaged;
     std::memcpy(&header, block, sizeof header);
     static_assert(NamePosition(largestRoom) <= blockBytes, "header and slots come with one read");
-    if (header.mark != fileMark || header.nameChars > longestValueName || header.room > largestRoom
+    if (header.mark != fileMark || header.nameChars > valueNameLimit || header.room > largestRoom
         || header.room % 8 != 0 || filled < NamePosition(header.room))
         return Reading::Damaged;
     for (unsigned slot = 0; slot < 2; ++slot)

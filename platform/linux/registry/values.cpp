@@ -23,7 +23,7 @@ struct NewValue {
 bool TakeName(const char16_t* text, std::u16string_view& name) noexcept
 {
     name = text ? std::u16string_view(text) : u"";
-    return name.size() <= longestValueName;
+    return name.size() <= valueNameLimit;
 }
 
 Code Query(OpenKey& key, std::u16string_view name, const ValueOutput& out) noexcept
