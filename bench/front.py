@@ -65,7 +65,7 @@ def run_program(program, name_filter):
 
 
 def figures_of(case, sides, bounds):
-    """One figure for each bound of the most specific pattern that fits, or one against the best peer."""
+    """One figure for each bound of the longest pattern that fits, or one against the best peer."""
     unitless = sides.pop("unitless", False)
     medians = {side: statistics.median(values) for side, values in sides.items()}
     ours = medians.pop("ours", None)
@@ -73,7 +73,8 @@ def figures_of(case, sides, bounds):
         return
     best = min(medians, key=medians.get)
     fitting = [bound for bound in bounds if fnmatch.fnmatchcase(case, bound[0])]
-    wanted = [bound for bound in fitting if bound[0] == fitting[0][0]] or [(None, "best", None, None)]
+    closest = max((bound[0] for bound in fitting), key=len, default=None)
+    wanted = [bound for bound in fitting if bound[0] == closest] or [(None, "best", None, None)]
     for _, side, comparison, bound in wanted:
         peer = best if side == "best" else side
         if peer not in medians:
