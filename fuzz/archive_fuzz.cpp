@@ -146,8 +146,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     if (size == 0)
         return 0;
     const Guarded guarded(bytes + 1, size - 1);
-    // A narrow text doubles when it is widened, a growing archive takes half as much again, and the converters
-    // of the C library have tables.
+    // A narrow text doubles when it is widened, a growing archive takes half as much again, and the
+    // converters of the C library have tables.
     mostBytes = (1U << 20) + 8 * size;
     switch (bytes[0] % 4) {
     case 0:

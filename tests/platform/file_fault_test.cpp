@@ -73,12 +73,10 @@ const Operation operations[] = {
     {"remove folder", [](const TemporaryFolder& f) { return RemoveDirectoryW(f.Text("tree/sub").c_str()); }},
     {"delete", [](const TemporaryFolder& f) { return DeleteFileW(File(f).c_str()); }},
     {"remove tree", [](const TemporaryFolder& f) { return RemoveTreeW(f.Text("tree").c_str(), nullptr); }},
-    {"full path",
-        [](const TemporaryFolder&) {
-            char16_t buffer[1000];
-            return GetFullPathNameW(u"x", 1000, buffer) != 0;
-        }}
-};
+    {"full path", [](const TemporaryFolder&) {
+         char16_t buffer[1000];
+         return GetFullPathNameW(u"x", 1000, buffer) != 0;
+     }}};
 
 void MakeTree(const TemporaryFolder& folder)
 {
