@@ -35,6 +35,7 @@ constexpr std::uint32_t ERROR_MOD_NOT_FOUND = 126;
 constexpr std::uint32_t ERROR_PROC_NOT_FOUND = 127;
 constexpr std::uint32_t ERROR_NEGATIVE_SEEK = 131;
 constexpr std::uint32_t ERROR_DIR_NOT_EMPTY = 145;
+constexpr std::uint32_t ERROR_SIGNAL_REFUSED = 156;
 constexpr std::uint32_t ERROR_BUSY = 170;
 constexpr std::uint32_t ERROR_ALREADY_EXISTS = 183;
 constexpr std::uint32_t ERROR_BAD_EXE_FORMAT = 193;

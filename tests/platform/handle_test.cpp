@@ -68,7 +68,8 @@ TEST(Handles, OpenForTheirKindAndTheirRightsOnly)
     const Handle handle = MakeProbe(SYNCHRONIZE);
     EXPECT_FALSE(FindObjectOfKind(handle, ObjectKind::Mutex, 0));
     EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
-    EXPECT_TRUE(FindObject(handle, SYNCHRONIZE));
+    EXPECT_TRUE(FindObject(
+        handle, [](ObjectKind kind) { return kind == ObjectKind::Event; }, SYNCHRONIZE));
     EXPECT_EQ(ErrorOfFinding(handle, MODIFY), ERROR_ACCESS_DENIED);
     EXPECT_FALSE(CloseHandleOfKind(handle, ObjectKind::Mutex));
     EXPECT_TRUE(CloseHandleOfKind(handle, ObjectKind::Event));

@@ -1,6 +1,7 @@
 #include "platform/linux/handles/handle_table.h"
 
 #include "platform/errors.h"
+#include "platform/linux/suspension.h"
 
 #include <bit>
 #include <limits>
@@ -93,6 +94,7 @@ Slot* NewBlock(std::uint32_t block) noexcept
 // Takes a closed slot; null if there is no memory or the table is full.
 Slot* TakeSlot(std::uint32_t& index) noexcept
 {
+    const Inside inside;
     const std::lock_guard guard(freeLock);
     index = firstFree != 0 ? firstFree : usedSlots;
     if (index == maximumSlots)
@@ -117,6 +119,7 @@ void GiveSlotBack(Slot& slot, std::uint32_t index) noexcept
     if (GenerationOf(slot.word.load(std::memory_order_relaxed))
         == std::numeric_limits<std::uint32_t>::max() - 1)
         return;
+    const Inside inside;
     const std::lock_guard guard(freeLock);
     slot.nextFree = firstFree;
     firstFree = index;
@@ -171,6 +174,16 @@ constexpr std::uint32_t AccessOf(std::uint64_t rights)
     return static_cast<std::uint32_t>(rights);
 }
 
+template <class Accepts>
+ObjectRef<CountedObject> FindIf(Handle handle, Accepts accepts, std::uint32_t access) noexcept
+{
+    return ObjectRef<CountedObject>::Adopt(Borrow(handle, [accepts, access](std::uint64_t rights) {
+        if (!accepts(KindOf(rights)))
+            return ERROR_INVALID_HANDLE;
+        return (access & ~AccessOf(rights)) == 0 ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
+    }));
+}
+
 // Closes the handle if `accept`s its rights.
 template <class Accept>
 bool Close(Handle handle, Accept accept) noexcept
@@ -214,20 +227,28 @@ Handle MakeHandle(ObjectRef<CountedObject> object, std::uint32_t access) noexcep
     return static_cast<Handle>(opened | index);
 }
 
-ObjectRef<CountedObject> FindObject(Handle handle, std::uint32_t access) noexcept
-{
-    return ObjectRef<CountedObject>::Adopt(Borrow(handle, [access](std::uint64_t rights) {
-        return (access & ~AccessOf(rights)) == 0 ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
-    }));
-}
-
 ObjectRef<CountedObject> FindObjectOfKind(Handle handle, ObjectKind kind, std::uint32_t access) noexcept
 {
-    return ObjectRef<CountedObject>::Adopt(Borrow(handle, [kind, access](std::uint64_t rights) {
-        if (KindOf(rights) != kind)
-            return ERROR_INVALID_HANDLE;
-        return (access & ~AccessOf(rights)) == 0 ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
-    }));
+    return FindIf(
+        handle, [kind](ObjectKind present) { return present == kind; }, access);
+}
+
+ObjectRef<CountedObject> FindObject(Handle handle, bool (*accepts)(ObjectKind), std::uint32_t access) noexcept
+{
+    return FindIf(handle, accepts, access);
+}
+
+bool CheckHandle(Handle handle, bool (*accepts)(ObjectKind), std::uint32_t access) noexcept
+{
+    const std::uint32_t generation = GenerationOf(static_cast<std::uint64_t>(handle));
+    const Slot* const slot = SlotOf(handle);
+    if (!slot || GenerationOf(slot->word.load(std::memory_order_acquire)) != generation)
+        return Fail(ERROR_INVALID_HANDLE);
+    const std::uint64_t rights = slot->rights.load(std::memory_order_acquire);
+    // Keeps (3): the rights belong to the handle if it is still open behind them.
+    if (GenerationOf(slot->word.load(std::memory_order_relaxed)) != generation || !accepts(KindOf(rights)))
+        return Fail(ERROR_INVALID_HANDLE);
+    return (access & ~AccessOf(rights)) == 0 || Fail(ERROR_ACCESS_DENIED);
 }
 
 bool CloseHandle(Handle handle) noexcept

@@ -22,11 +22,12 @@ Handle MakeHandle(ObjectRef<T> object, std::uint32_t access) noexcept
     return MakeHandle(ObjectRef<CountedObject>::Adopt(object.Detach()), access);
 }
 
-// The object of the handle whatever its kind. Without one, or without all the rights of `access`, an
-// empty reference, with ERROR_INVALID_HANDLE or ERROR_ACCESS_DENIED.
-ObjectRef<CountedObject> FindObject(Handle handle, std::uint32_t access) noexcept;
+// The object of the handle. Without one of a kind that is accepted it is an empty reference with
+// ERROR_INVALID_HANDLE, without all the rights of `access` with ERROR_ACCESS_DENIED.
+ObjectRef<CountedObject> FindObject(
+    Handle handle, bool (*accepts)(ObjectKind), std::uint32_t access) noexcept;
 
-// The same for one kind; a handle of another kind is ERROR_INVALID_HANDLE.
+// The same for one kind.
 ObjectRef<CountedObject> FindObjectOfKind(Handle handle, ObjectKind kind, std::uint32_t access) noexcept;
 
 template <class T>
@@ -34,6 +35,9 @@ ObjectRef<T> FindHandle(Handle handle, std::uint32_t access) noexcept
 {
     return ObjectRef<T>::Adopt(static_cast<T*>(FindObjectOfKind(handle, T::objectKind, access).Detach()));
 }
+
+// Whether FindObject would find it just now; it costs no reference, and gives none.
+bool CheckHandle(Handle handle, bool (*accepts)(ObjectKind), std::uint32_t access) noexcept;
 
 // Closes a handle of this kind and of no other.
 bool CloseHandleOfKind(Handle handle, ObjectKind kind) noexcept;

@@ -27,6 +27,7 @@ constexpr Sentence sentences[] = {
     {ERROR_INVALID_NAME, "The name holds characters that are not allowed"},
     {ERROR_MOD_NOT_FOUND, "The module, or one that it needs, was not found"},
     {ERROR_PROC_NOT_FOUND, "The module does not export this function"},
+    {ERROR_SIGNAL_REFUSED, "The thread has been suspended too often"},
     {ERROR_MORE_DATA, "There is more data than fits"},
     {WAIT_TIMEOUT_ERROR, "The wait timed out"},
     {ERROR_NO_MORE_ITEMS, "There are no more items"},

@@ -1,0 +1,50 @@
+// Events and mutexes, and the wait for them and for threads (threads.h).
+//
+// A wait ends with the lowest object of its array that is signalled, at entry exactly that one, and takes
+// from that one alone: an event that resets itself lets one wait through, a mutex gets an owner, all others
+// stay signalled. A set releases who waits at that moment, however soon a reset follows. Nothing is lost and
+// nothing taken twice; a set with nobody waiting, and a wait for what is signalled, are no system call.
+//
+// Safe from any thread. A handle that is closed elsewhere stays good for the calls that have begun with it.
+// A child made by fork owns no mutex of its parent; it is to call exec before it waits.
+#pragma once
+
+#include "platform/handles.h"
+
+namespace Platform {
+
+constexpr std::uint32_t EVENT_MODIFY_STATE = 0x00000002;
+constexpr std::uint32_t EVENT_ALL_ACCESS = 0x001F0003;
+constexpr std::uint32_t MUTEX_ALL_ACCESS = 0x001F0001;
+
+constexpr std::uint32_t MAXIMUM_WAIT_OBJECTS = 64;
+constexpr std::uint32_t WAIT_OBJECT_0 = 0x00000000;
+constexpr std::uint32_t WAIT_ABANDONED_0 = 0x00000080;
+constexpr std::uint32_t WAIT_TIMEOUT = 0x00000102;
+constexpr std::uint32_t WAIT_FAILED = 0xFFFFFFFF;
+
+// A new event without a name. One with manual reset stays signalled until it is reset, any other until one
+// wait has taken the signal; sets between two waits are one. NULL_HANDLE and ERROR_NOT_ENOUGH_MEMORY on
+// failure.
+Handle CreateEventW(bool manualReset, bool initialState) noexcept;
+// Both want EVENT_MODIFY_STATE.
+bool SetEvent(Handle event) noexcept;
+bool ResetEvent(Handle event) noexcept;
+
+// A new mutex without a name, which the calling thread owns once if `initialOwner`. The owner can take it
+// again at once, and releases it as often. A mutex lives on while it is owned, with or without handles.
+Handle CreateMutexW(bool initialOwner) noexcept;
+// By the owner only; for any other thread ERROR_NOT_OWNER.
+bool ReleaseMutex(Handle mutex) noexcept;
+
+// Waits until one of 1 to 64 objects is signalled, or until so many milliseconds have passed: never fewer,
+// and counted from the entry, whatever comes between. 0 only looks, INFINITE waits for ever.
+// The index of the object; WAIT_ABANDONED_0 and the index for a mutex, now owned, whose last owner has ended
+// without releasing it; WAIT_TIMEOUT; or WAIT_FAILED with ERROR_INVALID_HANDLE for what is closed or cannot
+// be waited for, ERROR_ACCESS_DENIED for a handle without SYNCHRONIZE, ERROR_INVALID_PARAMETER for a count
+// out of range, ERROR_NOT_ENOUGH_MEMORY at a thread's first wait. A failed wait takes nothing.
+std::uint32_t WaitForMultipleObjects(
+    std::uint32_t count, const Handle* handles, std::uint32_t milliseconds) noexcept;
+std::uint32_t WaitForSingleObject(Handle handle, std::uint32_t milliseconds) noexcept;
+
+} // namespace Platform

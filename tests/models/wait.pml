@@ -1,0 +1,381 @@
+/*
+ * The wait, as platform/linux/waits has it, for exhaustive verification by spin. Numbers in brackets are the
+ * invariants of platform/linux/waits/waitable.h.
+ *
+ * There are two objects, 0 and 1, and so many waiters, each of which waits for both, so many times. Each
+ * compare-and-swap, each change under a lock and the kernel's compare-and-sleep is one step. A list is a bit
+ * for each waiter. Steps are sequentially consistent: the order comes from the objects' locks and from the
+ * steps on `state`. A thread of the host may set, reset or end a wait by time at any instant.
+ *
+ * The configuration:
+ *   WAITERS, WAITS       waiters, and how often each waits
+ *   SETS0, SETS1         setters of either object, each of one set
+ *   RESETS0              resets of object 0
+ *   TIMEOUTS             how many waits may end by time
+ *   MANUAL0, MANUAL1     the object keeps its signal
+ *   NAMED1               object 1 is a word between processes, slept on together with `state`
+ *
+ * Protective steps that can be left out, or put wrong, to see that each is needed:
+ *   WITHOUT_DIRTY        a setter passes over who is still looking, without a mark
+ *   SIGNALLED_EARLY      the signal is visible before the walk over the list
+ *   CLAIM_AFTER_TAKING   object 1 between processes is taken before the waiter has claimed itself
+ *   WITHOUT_LOOKING_ANEW a waiter whose take failed goes on from there instead of from object 0
+ *   ANNOUNCED_BLINDLY    a sleeper on the word between processes does not compare what it sleeps on
+ */
+
+#define IDLE 0
+#define ENTER 1
+#define DIRTY 2
+#define OPEN 3
+#define ASLEEP 4
+#define CLAIMED 5 /* + index */
+
+#ifdef MANUAL0
+#define KEEPS0 true
+#else
+#define KEEPS0 false
+#endif
+#ifdef MANUAL1
+#define KEEPS1 true
+#else
+#define KEEPS1 false
+#endif
+#define KEEPS(o) (o == 0 -> KEEPS0 : KEEPS1)
+#ifdef NAMED1
+#define IS_NAMED(o) (o == 1)
+#else
+#define IS_NAMED(o) (false && o == o)
+#endif
+
+byte state[WAITERS];
+bool waiting[WAITERS]; /* its records are alive */
+bool sleeping[WAITERS]; /* in the kernel */
+
+bool locked[2];
+bool signalled[2];
+bool hung[2 * WAITERS]; /* by object, then waiter */
+#define HUNG(o, w) hung[(o) * WAITERS + (w)]
+
+bool sleepers; /* of the word between processes; `signalled[1]` is its signal */
+byte sequence;
+
+byte sets[2];
+byte taken[2];
+byte merged[2]; /* into a signal that nobody had taken, or reset with it */
+byte timeouts;
+
+#define NOBODY_HANGS(o) (HUNG(o, 0) + HUNG(o, WAITERS - 1) == 0)
+#define MET_ALIVE(w) assert(waiting[w])
+#define EXACT(o) assert(o == 0 || !signalled[0])
+#define NOTHING_LEFT assert(!signalled[0] && (IS_NAMED(1) || !signalled[1]))
+#define LOCK(o) atomic { !locked[o] -> locked[o] = true }
+
+/* From `from` to `to`, and whether that was so. */
+inline Swap(w, from, to)
+{
+    yes = (state[w] == from);
+    state[w] = (yes -> to : state[w])
+}
+
+inline TakeSignal(o)
+{
+    signalled[o] = KEEPS(o);
+    taken[o]++
+}
+
+/* ---- A setter */
+
+inline Wake(w)
+{
+    atomic { sleeping[w] = false }
+}
+
+inline Walk(o)
+{
+    w = 0;
+    do
+    :: w == WAITERS -> break
+    :: else ->
+        atomic {
+            owed = false;
+            yes = false;
+            if
+            :: !HUNG(o, w)
+            :: HUNG(o, w) ->
+                MET_ALIVE(w);
+                if
+                :: state[w] == OPEN || state[w] == ASLEEP ->
+                    owed = (state[w] == ASLEEP);
+                    state[w] = CLAIMED + o;
+                    HUNG(o, w) = false; /* (2): nothing of the waiter is touched any more but its bell */
+                    taken[o]++;
+                    yes = true
+#ifndef WITHOUT_DIRTY
+                :: state[w] == ENTER -> state[w] = DIRTY
+#endif
+                :: else
+                fi
+            fi
+        };
+        if
+        :: owed -> wakes = wakes | (1 << w)
+        :: else
+        fi;
+        given = given || yes;
+        if
+        :: yes && !KEEPS(o) -> break
+        :: else
+        fi;
+        w++
+    od
+}
+
+proctype Setter(byte o)
+{
+    byte w, wakes;
+    bool yes, owed, given;
+    if
+    :: IS_NAMED(o) ->
+        atomic { /* one system call, or one step where nobody sleeps */
+            sets[o]++;
+            merged[o] = merged[o] + signalled[o];
+            signalled[o] = true;
+            w = 0;
+            do
+            :: w == WAITERS -> break
+            :: else ->
+                sleeping[w] = (sleepers -> false : sleeping[w]);
+                w++
+            od
+        }
+    :: else ->
+        if
+        :: atomic { !locked[o] && NOBODY_HANGS(o) ->
+                sets[o]++;
+                merged[o] = merged[o] + signalled[o];
+                signalled[o] = true
+            }
+        :: atomic { !locked[o] && !NOBODY_HANGS(o) -> locked[o] = true };
+            sets[o]++;
+            if
+            :: signalled[o] -> atomic { merged[o]++; locked[o] = false }
+            :: else ->
+#ifdef SIGNALLED_EARLY
+                signalled[o] = true;
+#endif
+                Walk(o);
+                atomic { signalled[o] = !given || KEEPS(o); locked[o] = false }; /* (7) */
+                w = 0;
+                do
+                :: w == WAITERS -> break
+                :: else ->
+                    if
+                    :: wakes & (1 << w) -> Wake(w)
+                    :: else
+                    fi;
+                    w++
+                od
+            fi
+        fi
+    fi
+}
+
+proctype Resetter()
+{
+    atomic { !locked[0] -> merged[0] = merged[0] + signalled[0]; signalled[0] = false }
+}
+
+/* ---- A waiter */
+
+/* `yes`: object o is taken. `looks`: it was not signalled. Neither: something below has been signalled. */
+inline PassByLocal(o)
+{
+    LOCK(o);
+    looks = !signalled[o];
+    if
+    :: looks -> atomic { HUNG(o, me) = true; locked[o] = false; yes = false }
+    :: else ->
+        atomic {
+            Swap(me, ENTER, CLAIMED + o);
+            if
+            :: yes -> EXACT(o); TakeSignal(o); HUNG(o, me) = false
+            :: else
+            fi
+        };
+        locked[o] = false
+    fi
+}
+
+inline PassByNamed(o)
+{
+    atomic { looks = !signalled[o]; yes = false };
+    if
+    :: looks
+    :: else ->
+#ifndef CLAIM_AFTER_TAKING
+        atomic { Swap(me, ENTER, CLAIMED + o); if :: yes -> EXACT(o) :: else fi };
+#else
+        yes = true;
+#endif
+        if
+        :: !yes
+        :: else ->
+            atomic {
+                yes = signalled[o];
+                if
+                :: yes -> TakeSignal(o); sleepers = false; sequence = (sequence + 1) % 4
+                :: else
+                fi
+            };
+#ifdef CLAIM_AFTER_TAKING
+            if
+            :: yes -> Swap(me, ENTER, CLAIMED + o); assert(yes)
+            :: else
+            fi
+#endif
+#ifdef WITHOUT_LOOKING_ANEW
+            if
+            :: yes
+            :: else -> atomic { state[me] = ENTER; looks = true }
+            fi
+#endif
+        fi
+    fi
+}
+
+inline Unhang()
+{
+    i = 0;
+    do
+    :: i == 2 -> break
+    :: else ->
+        if
+        :: HUNG(i, me) -> LOCK(i); atomic { HUNG(i, me) = false; locked[i] = false }
+        :: else
+        fi;
+        i++
+    od
+}
+
+proctype Waiter(byte me)
+{
+    byte i, rounds, seen;
+    bool yes, looks;
+next:
+    if
+    :: rounds == WAITS -> goto over
+    :: else
+    fi;
+    rounds++;
+    waiting[me] = true;
+again:
+    state[me] = ENTER; /* whatever it was: DIRTY, or CLAIMED by itself for a take that failed */
+    i = 0;
+    do
+    :: i == 2 -> break
+    :: else ->
+        if
+        :: IS_NAMED(i) -> PassByNamed(i)
+        :: else -> PassByLocal(i)
+        fi;
+        if
+        :: yes -> goto done
+        :: !yes && !looks -> goto again
+        :: else
+        fi;
+        i++
+    od;
+#ifdef NAMED1
+    atomic { looks = !signalled[1]; sleepers = sleepers || looks; seen = sequence };
+    if
+    :: looks
+    :: else -> goto again
+    fi;
+#endif
+    atomic { Swap(me, ENTER, OPEN); if :: yes -> NOTHING_LEFT :: else fi };
+    if
+    :: yes
+    :: else -> goto again
+    fi;
+    atomic { Swap(me, OPEN, ASLEEP) };
+    if
+    :: yes
+    :: else -> goto done
+    fi;
+    do
+    :: atomic { state[me] != ASLEEP -> break }
+    :: atomic { state[me] == ASLEEP && timeouts < TIMEOUTS ->
+            timeouts++; state[me] = IDLE; goto done
+        }
+    :: else ->
+        atomic { /* the kernel compares, and puts it to sleep */
+#ifdef NAMED1
+#ifndef ANNOUNCED_BLINDLY
+            sleeping[me] = (state[me] == ASLEEP && !signalled[1] && sleepers && sequence == seen)
+#else
+            sleeping[me] = (state[me] == ASLEEP)
+#endif
+#else
+            sleeping[me] = (state[me] == ASLEEP)
+#endif
+        };
+endAsleep:
+        if
+        :: !sleeping[me]
+        :: atomic { sleeping[me] && timeouts < TIMEOUTS -> sleeping[me] = false }
+        fi;
+#ifdef NAMED1
+        atomic { Swap(me, ASLEEP, ENTER) }; /* the word between processes may have changed */
+        if
+        :: yes -> goto again
+        :: else
+        fi
+#endif
+    od;
+done:
+    Unhang();
+    atomic { state[me] = IDLE; waiting[me] = false; yes = false; looks = false; seen = 0; i = 0 };
+    goto next;
+over:
+    skip
+}
+
+/* When nothing moves any more: nobody sleeps beside a signal, and every set is accounted for. */
+active proctype Judge()
+{
+    byte w;
+    atomic {
+        w = 0;
+        do
+        :: w == WAITERS -> break
+        :: else -> run Waiter(w); w++
+        od;
+        w = 0;
+        do
+        :: w == SETS0 -> break
+        :: else -> run Setter(0); w++
+        od;
+        w = 0;
+        do
+        :: w == SETS1 -> break
+        :: else -> run Setter(1); w++
+        od;
+        w = 0;
+        do
+        :: w == RESETS0 -> break
+        :: else -> run Resetter(); w++
+        od
+    };
+    timeout -> atomic {
+        w = 0;
+        do
+        :: w == WAITERS -> break
+        :: else ->
+            assert(!(sleeping[w] && (signalled[0] || signalled[1])));
+            assert(!waiting[w] || sleeping[w]);
+            w++
+        od;
+        assert(KEEPS(0) || taken[0] + signalled[0] + merged[0] == sets[0]);
+        assert(KEEPS(1) || taken[1] + signalled[1] + merged[1] == sets[1])
+    }
+}

@@ -1,0 +1,155 @@
+// Threads: their start, end, suspension and priority.
+#include "platform/errors.h"
+#include "platform/threads.h"
+#include "platform/waits.h"
+#include "tests/platform/owned_handle.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <filesystem>
+#include <stdexcept>
+#include <sys/resource.h>
+#include <thread>
+
+using namespace Platform;
+
+namespace {
+
+template <class Body>
+OwnedHandle StartThread(Body& body)
+{
+    OwnedHandle thread;
+    EXPECT_TRUE(
+        _beginthreadex([](void* argument) { (*static_cast<Body*>(argument))(); }, &body, thread.Out()));
+    return thread;
+}
+
+std::size_t CountThreads()
+{
+    return static_cast<std::size_t>(
+        std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}));
+}
+
+} // namespace
+
+TEST(Thread, IsSignalledBehindItsLastDestructor)
+{
+    static std::atomic<int> destroyed;
+    destroyed = 0;
+    struct Local {
+        ~Local() { ++destroyed; }
+    };
+    static std::atomic<int> hooked;
+    hooked = 0;
+    SetThreadEndHook([] { hooked += destroyed; });
+    auto body = [] {
+        thread_local Local local;
+        (void)&local;
+        ArmThreadEnd();
+    };
+    const OwnedHandle thread = StartThread(body);
+    EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
+    SetThreadEndHook(nullptr);
+    EXPECT_EQ(destroyed, 1);
+    EXPECT_EQ(hooked, 1);
+    EXPECT_EQ(WaitForSingleObject(thread, 0), WAIT_OBJECT_0);
+}
+
+// One that was not made here has an object from the moment somebody asks, the same for all who do.
+TEST(Thread, OfAnyOriginCanBeWaitedFor)
+{
+    OwnedHandle thread;
+    const OwnedHandle opened = Event();
+    const OwnedHandle goOn = Event();
+    std::thread foreign([&] {
+        *thread.Out() = OpenCurrentThread();
+        SetThreadPriority(OwnedHandle(OpenCurrentThread()), THREAD_PRIORITY_LOWEST);
+        SetEvent(opened);
+        WaitForSingleObject(goOn, INFINITE);
+    });
+    WaitForSingleObject(opened, INFINITE);
+    EXPECT_EQ(WaitForSingleObject(thread, 0), WAIT_TIMEOUT);
+    EXPECT_EQ(GetThreadPriority(thread), THREAD_PRIORITY_LOWEST);
+    SetEvent(goOn);
+    EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
+    foreign.join();
+}
+
+TEST(Thread, LeavesNothingBehind)
+{
+    const std::size_t before = CountThreads();
+    auto body = [] {};
+    for (int i = 0; i < 10'000; ++i) {
+        const OwnedHandle thread = StartThread(body);
+        ASSERT_NE(thread, NULL_HANDLE);
+        ASSERT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
+    }
+    while (CountThreads() > before) // the last steps of a thread are the system's
+        Sleep(1);
+    rusage usage{};
+    ::getrusage(RUSAGE_SELF, &usage);
+    EXPECT_LT(usage.ru_maxrss, 1'000'000); // kilobytes; a stack is 8,192
+}
+
+TEST(ThreadDeathTest, LetsAForeignExceptionEndTheProcess)
+{
+    auto body = [] { throw std::runtime_error("not ours"); };
+    EXPECT_DEATH(
+        {
+            const OwnedHandle thread = StartThread(body);
+            WaitForSingleObject(thread, INFINITE);
+        },
+        "not ours");
+}
+
+TEST(Thread, KeepsTheSignalThatComesWhileItIsSuspended)
+{
+    const OwnedHandle event = Event();
+    std::atomic<bool> isThrough{false};
+    auto body = [&] {
+        WaitForSingleObject(event, INFINITE);
+        isThrough = true;
+    };
+    const OwnedHandle thread = StartThread(body);
+    EXPECT_EQ(SuspendThread(thread), 0U); // before, in or on the way to its wait
+    SetEvent(event);
+    EXPECT_EQ(WaitForSingleObject(thread, 5), WAIT_TIMEOUT);
+    EXPECT_FALSE(isThrough);
+    EXPECT_EQ(ResumeThread(thread), 1U);
+    EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
+    EXPECT_TRUE(isThrough);
+    EXPECT_EQ(SuspendThread(thread), SUSPEND_FAILED);
+    EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(ResumeThread(event), SUSPEND_FAILED);
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+}
+
+TEST(Thread, CanSuspendItselfAndIsCounted)
+{
+    std::atomic<bool> isThrough{false};
+    auto body = [&] {
+        SuspendThread(OwnedHandle(OpenCurrentThread()));
+        isThrough = true;
+    };
+    const OwnedHandle thread = StartThread(body);
+    std::uint32_t before = 0;
+    while ((before = ResumeThread(thread)) == 0)
+        std::this_thread::yield();
+    EXPECT_EQ(before, 1U);
+    EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
+    EXPECT_TRUE(isThrough);
+}
+
+TEST(Thread, AnswersThePriorityThatWasAsked)
+{
+    const OwnedHandle own(OpenCurrentThread());
+    for (const int priority : {-15, -2, -1, 0, 1, 2, 15, 0}) {
+        EXPECT_TRUE(SetThreadPriority(own, priority)) << priority;
+        EXPECT_EQ(GetThreadPriority(own), priority);
+    }
+    EXPECT_FALSE(SetThreadPriority(own, 3));
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(GetThreadPriority(NULL_HANDLE), THREAD_PRIORITY_ERROR_RETURN);
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+}
