@@ -2,6 +2,8 @@
 
 #include "object/match.h"
 
+#include <ranges>
+
 namespace Object {
 
 void CompoundFactory::AddFactory(const FacePtr<Factory>& factory)
@@ -9,11 +11,8 @@ void CompoundFactory::AddFactory(const FacePtr<Factory>& factory)
     if (const auto byName = factory.TryCast<StaticFactory>()) {
         ClassInfoList classes;
         byName->ListClasses(classes);
-        std::vector<Clsid> names;
-        names.reserve(classes.size());
-        for (const ClassInfo& described : classes)
-            names.emplace_back(described.clsid);
-        statics.SetEach(names, byName);
+        const auto name = [](const ClassInfo& described) { return Clsid(described.clsid); };
+        statics.SetEach(classes | std::views::transform(name), byName);
     }
     if (const auto byType = factory.TryCast<DynamicFactory>()) {
         TypeSet types;
@@ -45,7 +44,7 @@ void CompoundFactory::CreateInstance(const Clsid& clsid, FacePtr<BaseFace>& out)
 // Each living static factory once, in the order of its first class.
 std::vector<FacePtr<StaticFactory>> CompoundFactory::DistinctStatics()
 {
-    WeakMap<Clsid, StaticFactory>::Pairs all;
+    StaticMap::Pairs all;
     statics.GetAll(all);
     std::set<FacePtr<StaticFactory>> seen;
     std::vector<FacePtr<StaticFactory>> distinct;

@@ -15,8 +15,12 @@ class CompoundFactory : public Face<StaticFactory, DynamicFactory> {
 public:
     // Takes over the classes and adds the types of a factory; the last one added for a class serves it.
     void AddFactory(const FacePtr<Factory>& factory);
-    // The one that serves the class by its name; null if none does.
-    FacePtr<StaticFactory> FindStatic(const Clsid& clsid) { return statics.Find(clsid); }
+    // The one that serves the class by its name; null if none does. Within the section of static factories.
+    using StaticMap = WeakMap<Clsid, StaticFactory>;
+    FacePtr<StaticFactory> FindStatic(const Clsid& clsid, const StaticMap::Reading& held)
+    {
+        return statics.Find(clsid, held);
+    }
 
     void CreateObject(const Clsid& clsid, const char16_t* wanted, FacePtr<BaseFace>& out) override;
     void CreateInstance(const Clsid& clsid, FacePtr<BaseFace>& out) override;
@@ -28,7 +32,7 @@ public:
 private:
     std::vector<FacePtr<StaticFactory>> DistinctStatics();
 
-    WeakMap<Clsid, StaticFactory> statics;
+    StaticMap statics;
     WeakMultiMap<WideString, DynamicFactory> dynamics; // by type
 };
 

@@ -9,10 +9,10 @@ namespace Object {
 
 namespace {
 
-// The manager of the process, for a look without a reference: it stays whole as long as the gate is held,
-// for leaving it is the first thing that its destructor does.
-constinit ReadMostlySection gate;
-constinit ManagerImpl* current = nullptr; // guarded by the gate
+// The manager of the process, for a look without a reference: it stays whole as long as the section is held,
+// for leaving this place is the first thing that its destructor does. Guarded by the section of the static
+// factories, which the look needs anyway.
+constinit ManagerImpl* current = nullptr;
 
 [[noreturn]] void ThrowNotFound(const Clsid& clsid)
 {
@@ -45,21 +45,21 @@ ManagerImpl::ManagerImpl()
 
 void ManagerImpl::OnFirstReference()
 {
-    const ReadMostlySection::Writing lock(gate);
+    const CompoundFactory::StaticMap::Writing lock;
     current = this;
 }
 
 ManagerImpl::~ManagerImpl()
 {
-    const ReadMostlySection::Writing lock(gate);
+    const CompoundFactory::StaticMap::Writing lock;
     if (current == this) // else a successor stands there
         current = nullptr;
 }
 
 FacePtr<StaticFactory> ManagerImpl::FindFactory(const Clsid& clsid)
 {
-    const ReadMostlySection::Reading lock(gate);
-    return current != nullptr ? current->compound->FindStatic(clsid) : nullptr;
+    const CompoundFactory::StaticMap::Reading held;
+    return current != nullptr ? current->compound->FindStatic(clsid, held) : nullptr;
 }
 
 FacePtr<BaseFace> ManagerImpl::CreateObject(const Clsid& clsid, const char16_t* wanted)

@@ -10,13 +10,30 @@
 #include <tessel/object/cleanup.h>
 #include <tessel/object/impl.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <functional>
 #include <map>
+#include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
-// What either map is made of; `Entries` is an ordered map or multimap to WeakPtr<V>. On the cleanup list from
-// its first moment.
+// Not declared noexcept: then the standard library keeps the hash in each entry and compares texts only where
+// it is the same.
+struct WeakMapHash {
+    template <class K>
+    std::size_t operator()(const K& key) const
+    {
+        if constexpr (requires { key.c_str(); })
+            return std::hash<std::u16string_view>()(key.c_str());
+        else
+            return std::hash<K>()(key);
+    }
+};
+
+// What either map is made of; `Entries` is a map or multimap to WeakPtr<V>. On the cleanup list from its
+// first moment.
 template <class Entries, class V>
 class TESSEL_HIDDEN WeakContents : public Face<Cleanup::Item> {
 public:
@@ -38,12 +55,16 @@ public:
         return std::erase_if(entries, [](const auto& entry) { return entry.second.IsDead(); }) != 0;
     }
 
+    // Adds each key with a living value, in the order of the keys, those of one key in theirs.
     void GetAll(Pairs& out)
     {
+        const std::size_t kept = out.size();
         Collect([this] { return std::pair(entries.begin(), entries.end()); }, out,
             [](Pairs& pairs, const Key& key, FacePtr<V> value) {
                 pairs.emplace_back(key, std::move(value));
             });
+        std::stable_sort(out.begin() + static_cast<std::ptrdiff_t>(kept), out.end(),
+            [](const auto& left, const auto& right) { return left.first < right.first; });
     }
 
     // Adds the living values of a range to `out` by `add`, in order, and drops the dead entries.
@@ -76,20 +97,22 @@ public:
 template <class K, class V>
 class TESSEL_HIDDEN WeakMap {
 public:
-    using Contents = WeakContents<std::map<K, WeakPtr<V>>, V>;
+    using Contents = WeakContents<std::unordered_map<K, WeakPtr<V>, WeakMapHash>, V>;
     using Pairs = typename Contents::Pairs;
 
     // Binds each key to the value, whatever it was bound to before; null removes them.
     template <class Keys>
-    void SetEach(const Keys& keys, const FacePtr<V>& value)
+    void SetEach(Keys&& keys, const FacePtr<V>& value)
     {
         // What is replaced goes outside: letting go a weak reference can drop the last reference for an
         // instant in which its holder lets go too.
         std::vector<typename decltype(Contents::entries)::node_type> replaced;
-        const ReadMostlySection::Writing lock(Contents::section);
+        const Writing lock;
         for (const K& key : keys) {
-            if (auto old = contents->entries.extract(key))
-                replaced.push_back(std::move(old));
+            if (const auto old = contents->entries.find(key); old != contents->entries.end()) {
+                replaced.emplace_back(); // first, for it may throw
+                replaced.back() = contents->entries.extract(old);
+            }
             if (value)
                 contents->entries.emplace(key, value);
         }
@@ -100,7 +123,7 @@ public:
     FacePtr<V> Find(const K& key)
     {
         {
-            const ReadMostlySection::Reading lock(Contents::section);
+            const Reading lock;
             const auto entry = contents->entries.find(key);
             if (entry == contents->entries.end())
                 return nullptr;
@@ -111,7 +134,20 @@ public:
         return nullptr;
     }
 
-    // Adds each key with a living value, in the order of the keys.
+    // The section of all maps of this kind, for what else is looked at on the same way.
+    struct Reading : ReadMostlySection::Reading {
+        Reading() noexcept : ReadMostlySection::Reading(Contents::section) { }
+    };
+    struct Writing : ReadMostlySection::Writing {
+        Writing() noexcept : ReadMostlySection::Writing(Contents::section) { }
+    };
+    // As Find, within a section that the caller holds; a dead entry stays.
+    FacePtr<V> Find(const K& key, const Reading& /*held*/)
+    {
+        const auto entry = contents->entries.find(key);
+        return entry != contents->entries.end() ? entry->second.Lock() : nullptr;
+    }
+
     void GetAll(Pairs& out) { contents->GetAll(out); }
 
 private:
