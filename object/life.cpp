@@ -17,12 +17,24 @@ public:
     void AddRef() noexcept override { }
     void Release() noexcept override { }
     BaseFace* Cast(const char16_t* /*wanted*/) noexcept override { return nullptr; }
-    void AttachWeak(WeakReference* weak) noexcept override { weak->guard.exchange(&word); }
+    void AttachWeak(WeakReference* weak) noexcept override
+    {
+        // seq_cst: who announces a word and still finds it here afterwards is seen by its destroyer
+        weak->guard.exchange(&word);
+    }
     void DetachWeak(WeakReference* /*weak*/) noexcept override { }
 
     std::atomic<std::uint32_t> word{2};
 };
 constinit Zombie zombie;
+
+// As AttachObject(nullptr) does.
+void TurnToZombie(BaseFace::WeakReference& weak) noexcept
+{
+    // release: who finds the Zombie here sees that the object was claimed
+    weak.object.store(&zombie, std::memory_order_release);
+    zombie.AttachWeak(&weak);
+}
 
 BaseFace::WeakReference* const lockedList = reinterpret_cast<BaseFace::WeakReference*>(~std::uintptr_t{0});
 
@@ -83,7 +95,7 @@ void Life::Die(Life* life, DestroyFunction destroy, LiveObjects* counter, Unlock
     if (weak != nullptr) {
         while (weak != nullptr) {
             BaseFace::WeakReference* const next = weak->next;
-            weak->AttachObject(nullptr);
+            TurnToZombie(*weak);
             weak = next;
         }
         Hazards::WaitUntilUnannounced(&life->word);
@@ -92,7 +104,7 @@ void Life::Die(Life* life, DestroyFunction destroy, LiveObjects* counter, Unlock
     life->word.store(0, std::memory_order_relaxed);
     destroy(life);
     if (counter != nullptr) {
-        counter->changed.store(Platform::GetTickCount64(), std::memory_order_relaxed);
+        counter->changed.store(Platform::GetCoarseTickCount64(), std::memory_order_relaxed);
         // release: the destructor has run before anybody sees the module without objects and unloads it.
         // From here on nothing of the module may be touched.
         counter->count.fetch_sub(1, std::memory_order_release);
@@ -143,11 +155,10 @@ void Life::DetachWeak(BaseFace::WeakReference* weak) noexcept
 void BaseFace::WeakReference::AttachObject(const BaseFace* attached) noexcept
 {
     if (attached == nullptr)
-        attached = &zombie;
+        return TurnToZombie(*this);
     // Constness ends here: a reference that is locked later is as good as any other.
     auto* const target = const_cast<BaseFace*>(attached);
-    // release: who finds the Zombie here sees that the object was claimed
-    object.store(target, std::memory_order_release);
+    object.store(target, std::memory_order_relaxed);
     target->AttachWeak(this);
 }
 
@@ -177,15 +188,14 @@ bool BaseFace::WeakReference::IsDead() const noexcept
 
 void BaseFace::WeakReference::DetachObject() noexcept
 {
-    for (;;) {
+    while (!IsDead()) {
         if (BaseFace* const held = LockObject()) {
             held->DetachWeak(this);
             held->Release();
             return;
         }
-        if (IsDead())
-            return;
-        // Dying: its destroyer is about to turn this reference to the Zombie.
-        Platform::Sleep(0);
+        // Dying: its destroyer is about to turn this reference to the Zombie, or just has.
+        if (!IsDead())
+            Platform::Sleep(0);
     }
 }

@@ -43,6 +43,8 @@ void Sleep(std::uint32_t milliseconds) noexcept;
 
 // Milliseconds on a clock that never runs backwards and has no meaning outside this boot.
 std::uint64_t GetTickCount64() noexcept;
+// The same clock as it was at the kernel's last tick: up to ten milliseconds behind, and next to no work.
+std::uint64_t GetCoarseTickCount64() noexcept;
 
 // A number that no other living thread of the process has; a fresh one for each thread.
 std::uint32_t GetCurrentThreadId() noexcept;

@@ -71,6 +71,14 @@ long Futex(const std::atomic<std::uint32_t>* address, int operation, std::uint32
     return syscall(SYS_futex, address, operation | FUTEX_PRIVATE_FLAG, value, nullptr, nullptr, 0);
 }
 
+std::uint64_t MillisecondsOf(clockid_t clock) noexcept
+{
+    timespec now{};
+    clock_gettime(clock, &now);
+    return static_cast<std::uint64_t>(now.tv_sec) * 1000
+        + static_cast<std::uint64_t>(now.tv_nsec) / 1'000'000;
+}
+
 } // namespace
 
 std::uint32_t GetLastError() noexcept
@@ -129,10 +137,12 @@ void Sleep(std::uint32_t milliseconds) noexcept
 
 std::uint64_t GetTickCount64() noexcept
 {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<std::uint64_t>(now.tv_sec) * 1000
-        + static_cast<std::uint64_t>(now.tv_nsec) / 1'000'000;
+    return MillisecondsOf(CLOCK_MONOTONIC);
+}
+
+std::uint64_t GetCoarseTickCount64() noexcept
+{
+    return MillisecondsOf(CLOCK_MONOTONIC_COARSE);
 }
 
 std::uint32_t GetCurrentThreadId() noexcept

@@ -35,7 +35,8 @@ private:
     {
         if (clsid != Class::clsid)
             return false;
-        out = FacePtr<BaseFace>(Primary(static_cast<Class*>(new Impl<Class, Module>)));
+        out =
+            FacePtr<BaseFace>::Adopt(Primary(static_cast<Class*>(MakeFace<Impl<Class, Module>>().Detach())));
         return true;
     }
 };

@@ -181,9 +181,12 @@ private:
     BaseFace::WeakReference reference;
 };
 
-// An object of a class made from impl.h, in the pointer that takes its first reference.
+// An object of a class made from impl.h, in the pointer that takes its first reference. Its constructor may
+// hand out counted or weak references to it, but no bare pointer to a thread that adds a reference later.
 template <class Made, class... Arguments>
 FacePtr<Made> MakeFace(Arguments&&... arguments)
 {
-    return FacePtr<Made>(new Made(std::forward<Arguments>(arguments)...));
+    Made* const made = new Made(std::forward<Arguments>(arguments)...);
+    made->AddFirstRef();
+    return FacePtr<Made>::Adopt(made);
 }

@@ -44,6 +44,16 @@ public:
             Locker::Lock();
     }
 
+    // AddRef for the maker of an object, at once behind its constructor and before anybody else has heard of
+    // it: then nobody can add a reference at the same time, and a plain store will do.
+    void AddFirstRef() noexcept
+    {
+        if (word.load(std::memory_order_relaxed) != 0 || weakHead.load(std::memory_order_relaxed) != nullptr)
+            return AddRef(); // its constructor has let others know it
+        word.store(4, std::memory_order_relaxed);
+        Locker::Lock();
+    }
+
 #if defined(__clang__) && !defined(TESSEL_OPTIMISED_TAIL)
     // Below -O2 this compiler jumps only where it is told to, and only to a function of the same signature.
     TESSEL_TAIL_JUMP void Release() override
