@@ -72,21 +72,29 @@ bool Loader::ReadCache(const WideString& folder)
     const auto records = ParseCache(ReadCacheFile(folder + cacheName));
     if (!records)
         return false;
-    std::map<WideString, WideString> stamps;
-    std::map<WideString, const CacheRecord*> valid;
+    struct File {
+        WideString stamp;
+        const CacheRecord* record = nullptr;
+    };
+    std::map<WideString, File> files;
     for (const CacheRecord& record : *records) {
         if (!IsPlainName(record.name))
             continue;
-        const auto [stamp, isNew] = stamps.try_emplace(record.name);
+        const auto [entry, isNew] = files.try_emplace(record.name);
+        File& file = entry->second;
         if (isNew)
-            stamp->second = creator->GetStamp(folder + record.name);
+            file.stamp = creator->GetStamp(folder + record.name);
         // A file that is gone has the empty stamp, and so might a record.
-        if (!stamp->second.IsEmpty() && stamp->second == record.stamp)
-            valid[record.name] = &record;
+        if (!file.stamp.IsEmpty() && file.stamp == record.stamp)
+            file.record = &record;
     }
-    for (const auto& [name, record] : valid)
-        libraries[name] =
-            record->isModule ? creator->CreateCached(folder + name, record->classes, record->types) : nullptr;
+    for (const auto& [name, file] : files) {
+        if (file.record == nullptr)
+            continue;
+        const CacheRecord& record = *file.record;
+        libraries.emplace_hint(libraries.end(), name,
+            record.isModule ? creator->CreateCached(folder + name, record.classes, record.types) : nullptr);
+    }
     return true;
 }
 

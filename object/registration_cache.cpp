@@ -13,9 +13,36 @@ using View = std::u16string_view;
 
 constexpr View whiteSpace = u" \n\r";
 
+// ASCII characters that end something; so does the terminator.
+class Delimiters {
+public:
+    constexpr explicit Delimiters(View characters) noexcept
+    {
+        for (const char16_t character : characters)
+            (character < 64 ? low : high) |= std::uint64_t{1} << character % 64;
+    }
+    constexpr bool Contain(char16_t character) const noexcept
+    {
+        return character < 128 && ((character < 64 ? low : high) >> character % 64 & 1) != 0;
+    }
+
+private:
+    std::uint64_t low = 1;
+    std::uint64_t high = 0;
+};
+constexpr Delimiters behindName(u"|");
+constexpr Delimiters behindStamp(u"|}");
+constexpr Delimiters behindType(u",|");
+constexpr Delimiters behindClassToken(u",;}");
+
 enum class State { betweenRecords, types, startOfClass, interface, end, damage };
 
 class Parser {
+    struct Spelled {
+        View token;
+        WideString text;
+    };
+
 public:
     explicit Parser(const WideString& text) noexcept : at(text.c_str()) { }
 
@@ -50,10 +77,10 @@ private:
         if (first != u'{')
             return State::damage;
         CacheRecord& record = records.emplace_back();
-        record.name = Text(Token(u"|"));
+        record.name = Text(Token(behindName));
         if (Next() != u'|')
             return State::damage;
-        record.stamp = Text(Token(u"|}"));
+        record.stamp = Text(Token(behindStamp));
         const char16_t delimiter = Next();
         record.isModule = delimiter == u'|';
         return record.isModule ? State::types : delimiter == u'}' ? State::betweenRecords : State::damage;
@@ -61,7 +88,7 @@ private:
 
     State Type(CacheRecord& record)
     {
-        if (const View type = Token(u",|"); !type.empty())
+        if (const View type = Token(behindType); !type.empty())
             record.types.insert(Text(type));
         const char16_t delimiter = Next();
         return delimiter == u',' ? State::types : delimiter == u'|' ? State::startOfClass : State::damage;
@@ -69,19 +96,33 @@ private:
 
     State Class(CacheRecord& record)
     {
-        if (const View clsid = Token(u",;}"); !clsid.empty())
+        if (const View clsid = Token(behindClassToken); !clsid.empty()) {
+            neighbours.swap(interfaces);
+            interfaces.clear();
             record.classes.push_back({Text(clsid), {}, {}});
+            record.classes.back().interfaces.reserve(std::min<std::size_t>(neighbours.size(), 8));
+        }
         return BehindClassToken();
     }
 
     State Interface(CacheRecord& record)
     {
-        if (const View interface = Token(u",;}"); !interface.empty()) {
+        if (const View interface = Token(behindClassToken); !interface.empty()) {
             if (record.classes.empty())
                 return State::damage;
-            record.classes.back().interfaces.push_back(Text(interface));
+            interfaces.push_back(InterfaceText(interface));
+            record.classes.back().interfaces.push_back(interfaces.back().text);
         }
         return BehindClassToken();
+    }
+
+    // A class mostly has the interfaces of the one in front of it, and then their texts are shared.
+    Spelled InterfaceText(View interface) const
+    {
+        const std::size_t place = interfaces.size();
+        if (place < neighbours.size() && neighbours[place].token == interface)
+            return neighbours[place];
+        return {interface, Text(interface)};
     }
 
     State BehindClassToken()
@@ -112,11 +153,11 @@ private:
     }
 
     // All up to a delimiter or the end of the text; white space at its end belongs to it.
-    View Token(View delimiters)
+    View Token(const Delimiters& delimiters)
     {
         SkipWhiteSpace();
         const char16_t* const begin = at;
-        while (*at != 0 && delimiters.find(*at) == View::npos)
+        while (!delimiters.Contain(*at))
             ++at;
         return {begin, static_cast<std::size_t>(at - begin)};
     }
@@ -124,21 +165,24 @@ private:
     static WideString Text(View token) { return {token.data(), token.data() + token.size()}; }
 
     const char16_t* at;
+    std::vector<Spelled> interfaces; // of the last class
+    std::vector<Spelled> neighbours; // of the class in front of it
 };
 
 // Whether a token is read again as it was written.
-bool Survives(const WideString& token, View delimiters) noexcept
+bool Survives(const WideString& token, const Delimiters& delimiters) noexcept
 {
     const View text(token.c_str());
     return !text.empty() && whiteSpace.find(text.front()) == View::npos
-        && text.find_first_of(delimiters) == View::npos;
+        && std::none_of(
+            text.begin(), text.end(), [&](char16_t character) { return delimiters.Contain(character); });
 }
 
 bool Survives(const ClassInfo& described) noexcept
 {
-    return Survives(described.clsid, u",;}")
+    return Survives(described.clsid, behindClassToken)
         && std::all_of(described.interfaces.begin(), described.interfaces.end(),
-            [](const WideString& interface) { return Survives(interface, u",;}"); });
+            [](const WideString& interface) { return Survives(interface, behindClassToken); });
 }
 
 } // namespace
@@ -178,9 +222,9 @@ WideString FormatCache(const std::vector<CacheRecord>& records)
 
 bool IsStorable(const CacheRecord& record) noexcept
 {
-    return Survives(record.name, u"|")
+    return Survives(record.name, behindName)
         && std::all_of(record.types.begin(), record.types.end(),
-            [](const WideString& type) { return Survives(type, u"|,"); })
+            [](const WideString& type) { return Survives(type, behindType); })
         && std::all_of(record.classes.begin(), record.classes.end(),
             [](const ClassInfo& described) { return Survives(described); });
 }
