@@ -2,6 +2,7 @@
 
 #include "base/error_messages.h"
 #include "base/error_record.h"
+#include "base/text_builder.h"
 
 #include <memory>
 #include <new>
@@ -9,12 +10,17 @@
 
 namespace {
 
-// A message has text in every language; an empty one says that memory gave out.
+// For texts that are never empty: then memory gave out.
 WideString Checked(WideString message)
 {
     if (message.IsEmpty())
         throw std::bad_alloc();
     return message;
+}
+
+WideString Widened(const char* text)
+{
+    return text != nullptr && *text != 0 ? Checked(WideString(text)) : WideString();
 }
 
 WideString InternalErrorText(const char16_t* tag, const char16_t* message)
@@ -102,9 +108,12 @@ void Error::AddInternalErrorLayer(const char* format, std::uint32_t code, const 
 
 void Error::AddInternalErrorLayerV(const char* format, std::uint32_t code, const char* tag, std::va_list list)
 {
+    const WideString wideFormat = Widened(format);
     WideString message;
-    message.PrintfV(WideString(format).c_str(), list);
-    AddLayer(code, InternalErrorText(WideString(tag).c_str(), message.c_str()), true);
+    message.PrintfV(wideFormat.c_str(), list);
+    if (message.GetCapacity() < wideFormat.GetSize()) // the least that it takes, also for an empty text
+        throw std::bad_alloc();
+    AddLayer(code, InternalErrorText(Widened(tag).c_str(), message.c_str()), true);
 }
 
 void Error::Clear() noexcept
@@ -164,23 +173,25 @@ void Error::SetDetails(const WideString& details)
 
 WideString Error::Format() const
 {
+    if (record == nullptr)
+        return {};
     // An index from an archive may point nowhere.
-    const std::uint32_t shown =
-        record != nullptr && record->shownLayer < GetLayerCount() ? record->shownLayer : Record::noLayer;
+    const std::uint32_t shown = record->shownLayer < GetLayerCount() ? record->shownLayer : Record::noLayer;
     WideString result = GetLayerText(0);
     if (result.IsEmpty() && shown == Record::noLayer) {
         const std::uint32_t code = GetLayerCode(0);
         if (code == 0 || code == cancelled)
             return result;
-        result.Printf(u"%08x", code);
+        result = Checked(WideString::FromPrintf(u"%08x", code));
     }
-    if (shown != Record::noLayer && shown != GetLayerCount() - 1) {
-        result.Append(u'\n');
-        result += record->layers[shown].text;
-    }
-    if (record != nullptr && !record->details.IsEmpty()) {
-        result.Append(u'\n', result.IsEmpty() ? 1 : 2);
-        result += record->details;
-    }
-    return result;
+    const bool showsAnother = shown != Record::noLayer && shown != GetLayerCount() - 1;
+    if (!showsAnother && record->details.IsEmpty())
+        return result;
+    TextBuilder text;
+    text.Add(result);
+    if (showsAnother)
+        text.Add(u'\n').Add(record->layers[shown].text);
+    if (!record->details.IsEmpty())
+        text.Add(text.GetLength() == 0 ? u"\n" : u"\n\n").Add(record->details);
+    return text.Take();
 }

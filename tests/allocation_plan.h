@@ -1,5 +1,5 @@
-// Makes the n-th allocation of a test program fail. One source file of the program includes
-// tests/allocation_plan.cpp, which replaces operator new.
+// Makes the n-th allocation of a test program fail. allocation_plan.cpp replaces operator
+// new in a program that contains it.
 #pragma once
 
 namespace AllocationPlan {

@@ -210,6 +210,7 @@ TEST(String, StoredFormIsReadBackAndChecked)
                         "a\0b\0\0\0",
                 14),
             14, 14, u"ab"},
+        {"ending before its size does", std::string("\6\0\0\0\xB0\4\0\0\0\0b\0\0\0", 14), 14, 14, u""},
         {"another code page", std::string("\5\0\0\0\xE4\4\0\0caf\xE9\0", 13), 13, 13, u"café"},
         {"a converter that knows no terminator", std::string("\3\0\0\0\xE8\xFD\0\0ab\0", 11), 11, 11, u"ab"},
         {"more than there is", std::string("\7\0\0\0\xB0\4\0\0a\0b\0\0\0", 14), 14, 0, u""},

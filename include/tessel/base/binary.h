@@ -125,7 +125,8 @@ inline Binary& Binary::operator+=(const Binary& other) noexcept
 {
     if (IsEmpty())
         return *this = other;
-    const Binary source = other; // other may be this
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): other may be this
+    const Binary source = other;
     const std::uint32_t size = GetSize();
     const std::uint32_t added = source.GetSize();
     if (added == 0)

@@ -54,7 +54,7 @@ public:
     // filled in by the resulting code, in the current language, where the system has a text for it. With
     // `show` this layer is the one that Format shows beside the newest.
     void AddLayer(std::uint32_t code, const WideString& text, bool show);
-    // No layers and no details.
+    // Takes layers and details away. Without layers nothing happens, and details that were set stay.
     void Clear() noexcept;
 
     // Layers are counted from the newest, which has index 0.

@@ -471,6 +471,8 @@ std::uint32_t BaseString<Traits>::Deserialize(const void* source, std::uint32_t 
     if (needed == 0 || PrepareWriting(needed, false) == nullptr)
         return 0;
     Traits::SerializeFrom(text, bytes + 8, page, Traits::codePage, needed);
-    // Where the conversion failed for want of memory the text is empty although one was announced.
-    return IsEmpty() && needed > sizeof(Char) ? 0 : size + 8;
+    // Where a conversion failed for want of memory the text is empty although one was announced. Text that is
+    // taken as it stands is copied, and may well end long before its buffer does.
+    const bool isConverted = (page == WcsTraits::codePage) != (Traits::codePage == WcsTraits::codePage);
+    return isConverted && needed > sizeof(Char) && IsEmpty() ? 0 : size + 8;
 }

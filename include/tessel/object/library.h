@@ -5,7 +5,8 @@
 
 namespace Object {
 
-// One client module. Asking it for what it offers loads nothing; making an object does.
+// One client module. Making an object loads it. Asking what it offers does not, unless only the module can
+// tell: which classes there are of a type that it serves. ListClasses replaces what stands in the list.
 struct Library : Face<StaticFactory, DynamicFactory> {
     static constexpr Iid iid = u"IID_Object::Library"_iid;
 

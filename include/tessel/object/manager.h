@@ -16,7 +16,9 @@ struct Manager : Face<> {
     // Throws "clsid-not-found(%s)".
     virtual ClassInfo GetClassInfo(const Clsid& clsid) = 0;
     // The classes that match the pattern and, unless it is empty, have the interface. The empty pattern
-    // matches all.
+    // matches all; one without a bar the class whose name, behind its type, is equal to it. One with bars
+    // names the type first, then component by component; an empty last component leaves the rest open, so
+    // that "Type|Group|" means all of Type's classes in Group.
     virtual ClassInfoList FindClasses(const Clsid& pattern, const WideString& interface) = 0;
     // Takes note of a factory without keeping it alive. Of two for one class the last one serves, of several
     // for one type the first that makes an object. One that is neither static nor dynamic has no effect.
