@@ -1,6 +1,8 @@
 // Factories: what makes the objects of classes.
 //
-// A factory may be called from any thread, also by several at a time, and no lock is held meanwhile.
+// A factory may be called from any thread, also by several at a time. No lock is held while it makes an
+// object. ListClasses and ListTypes of a client module's factories are called when the module has just been
+// loaded, under the locks of the load: they must not wait for another thread.
 #pragma once
 
 #include <tessel/object/class_info.h>

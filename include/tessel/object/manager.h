@@ -10,8 +10,11 @@ struct Manager : Face<> {
     static constexpr Iid iid = u"IID_Object::Manager"_iid;
 
     // A new object of the class, as its face for `wanted`. Throws "clsid-not-found(%s)", tag "object", alike
-    // for an unknown class and for one that lacks the face, and whatever the object's constructor throws.
+    // for an unknown class and for one that lacks the face, "objlib-noload(%s)" where the class's module does
+    // not load, and whatever the object's constructor throws.
     virtual FacePtr<BaseFace> CreateObject(const Clsid& clsid, const char16_t* wanted) = 0;
+    // The next three load a module only to ask it for classes of a type that it serves, and throw
+    // "objlib-noload(%s)" where it does not load.
     virtual bool IsRegistered(const Clsid& clsid) = 0;
     // Throws "clsid-not-found(%s)".
     virtual ClassInfo GetClassInfo(const Clsid& clsid) = 0;
