@@ -14,8 +14,9 @@ struct CacheRecord;
 //
 // Files that the cache knows are believed as long as their last write time is the same; only new and changed
 // ones are loaded. A file with the right ending that is no module is remembered as such and not tried again
-// until it changes. The cache is written anew as a whole where a file had no valid record; failing to write
-// it costs the next process the same work and nothing else.
+// until it changes, but where only this process lacked memory or descriptors for it. The cache is written
+// anew as a whole where a file had no valid record; failing to write it costs the next process the same work
+// and nothing else.
 class Loader : public Face<> {
 public:
     // Scans the library's own folder. Throws what AddFactory, or creating the classes it needs, throws.

@@ -1,4 +1,5 @@
 // Client modules in this process: loaded when an object is wanted, and really gone after a cleanup.
+#include "tests/allocation_plan.h"
 #include "tests/modules/gadgets.h"
 #include "tests/object/temporary_folder.h"
 #include <tessel/tessel.h>
@@ -227,6 +228,26 @@ TEST_F(ModuleTest, IsNotUnloadedUnderACall)
     EXPECT_THROW(Object::CreateObject(u"CID_Testing::OpenGate", BaseFace::iid), Error);
     maker.join();
     ForceCleanup();
+}
+
+TEST_F(ModuleTest, ServesAfterAnyAllocationOfItsLoadHasFailed)
+{
+    UseGadgets();
+    const Clsid gadget(u"CID_Testing::Gadget");
+    bool isStruck = true;
+    for (unsigned n = 1; isStruck; ++n) {
+        AllocationPlan::FailNth(n);
+        try {
+            Object::CreateObject(gadget, Gadget::iid);
+        } catch (const std::bad_alloc&) {
+        } catch (const Error&) {
+        }
+        isStruck = AllocationPlan::Count() >= n;
+        AllocationPlan::FailNth(0);
+        EXPECT_EQ(MakeGadget()->Answer(), 42) << n;
+        ForceCleanup();
+        EXPECT_FALSE(IsLoaded(gadgetsFile)) << n;
+    }
 }
 
 // Threads make objects, look at them, and drop the last references, while cleanups are forced at any moment:

@@ -5,6 +5,7 @@
 #include <tessel/object/face.h>
 
 #include <list>
+#include <new>
 #include <set>
 #include <vector>
 
@@ -19,6 +20,16 @@ struct ClassInfo {
 using ClassInfoList = std::list<ClassInfo>;
 using TypeSet = std::set<WideString>;
 
+// A name as a text. Throws std::bad_alloc where a string would become empty without a word: a class that is
+// listed without its name is not found again as long as its module stays.
+inline WideString TextOfName(const char16_t* name)
+{
+    WideString text(name);
+    if (text.IsEmpty() && *name != 0)
+        throw std::bad_alloc();
+    return text;
+}
+
 // The identifiers of an interface or object class T: each interface, directly followed by its bases down to
 // "IID_BaseFace", in the order in which Cast walks them.
 template <class T, class... Bases>
@@ -28,7 +39,7 @@ template <class T>
 void ListInterfaces(std::vector<WideString>& out)
 {
     if constexpr (HasOwnIdentifier<T>())
-        out.emplace_back(T::iid.text);
+        out.push_back(TextOfName(T::iid.text));
     if constexpr (!std::is_same_v<T, BaseFace>)
         ListInterfacesOfBases<T>(out, typename T::Bases{});
 }
@@ -46,7 +57,7 @@ void ListInterfacesOfBases(std::vector<WideString>& out, BaseList<Bases...>)
 template <class T>
 ClassInfo DescribeClass(const char16_t* clsid)
 {
-    ClassInfo described{clsid, {}, {}};
+    ClassInfo described{TextOfName(clsid), {}, {}};
     ListInterfaces<T>(described.interfaces);
     return described;
 }

@@ -8,6 +8,10 @@
 #include <tessel/object/impl.h>
 #include <tessel/object/system_main.h>
 
+#include <cstddef>
+#include <new>
+#include <utility>
+
 namespace Object {
 
 // A static object, one for each factory class. The two fields are what modules built apart share: the chain
@@ -21,12 +25,33 @@ public:
         static void Unlock() noexcept { }
     };
 
+    // The first one lies in the module itself. It is made while the system's loader brings the module in,
+    // which no exception can pass: so a module must not need memory of others for that.
     template <class F>
     class TESSEL_HIDDEN FactoryImpl final : public ImplHeap<F, FactoryImpl<F>, NoLocker> {
+    public:
+        static void* operator new(std::size_t size)
+        {
+            if (std::exchange(isTaken, true))
+                return ::operator new(size, alignment);
+            return place;
+        }
+        static void operator delete(void* object) noexcept
+        {
+            if (object != place)
+                ::operator delete(object, alignment);
+        }
+
+    private:
+        using Whole = ImplHeap<F, FactoryImpl<F>, NoLocker>;
+        static constexpr std::align_val_t alignment{alignof(Whole)};
+        alignas(Whole) static inline std::byte place[sizeof(Whole)];
+        static inline bool isTaken = false;
     };
 
     // Registers a new factory of class F, which derives from StaticFactory, DynamicFactory or both. Throws
-    // "Cast<%s>" with the tag if it is no Factory.
+    // "Cast<%s>" with the tag if it is no Factory. A module whose static constructors throw this or anything
+    // else ends the process that loads it.
     template <class F>
     static FactoryRegistration Of(const char* tag)
     {

@@ -86,6 +86,7 @@ std::uint32_t ErrorOfWords(const char* words) noexcept
         {"not found (required by", ERROR_PROC_NOT_FOUND}, // a version of a library
         {"cannot open shared object file", ERROR_MOD_NOT_FOUND},
         {"annot allocate memory", ERROR_NOT_ENOUGH_MEMORY},
+        {"cannot create shared object descriptor", ERROR_NOT_ENOUGH_MEMORY},
     };
     for (const auto& meaning : meanings)
         if (std::strstr(words, meaning.part))
