@@ -6,6 +6,7 @@
 #include <tessel/base/utf8.h>
 
 #include <exception>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -27,6 +28,11 @@ enum ExitCode { good = 0, bad = 1, notDone = 2 };
 
 std::string ReadFile(const std::string& path)
 {
+    // A pipe or a device might never come to its end.
+    std::error_code failure;
+    const std::filesystem::file_status status = std::filesystem::status(path, failure);
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
+        throw std::runtime_error("is no regular file");
     std::ifstream file(path, std::ios::binary);
     std::string bytes{std::istreambuf_iterator<char>(file), {}};
     if (!file.is_open() || file.bad())
