@@ -6,6 +6,9 @@
 #include <tessel/module.h>
 #include <tessel/object/impl.h>
 
+#include <algorithm>
+#include <new>
+#include <type_traits>
 #include <utility>
 
 namespace Xml {
@@ -16,27 +19,82 @@ namespace {
 // its address; to all others it is an interface that they do not have.
 constexpr char16_t ownFacade[] = u"IID_Xml::DomNode";
 
+bool IsSame(const char16_t* left, const char16_t* right) noexcept
+{
+    for (; *left == *right; ++left, ++right)
+        if (*left == 0)
+            return true;
+    return false;
+}
+
+// Whether that is the identifier of the interface or of one that it is based on.
+template <class Interface>
+bool IsOrDerivesFrom(const char16_t* wanted) noexcept
+{
+    if constexpr (HasOwnIdentifier<Interface>())
+        if (IsSame(wanted, Interface::iid))
+            return true;
+    if constexpr (std::is_same_v<Interface, BaseFace>)
+        return false;
+    else
+        return IsOrDerivesFrom<std::remove_pointer_t<decltype(FirstBase(typename Interface::Bases{}))>>(
+            wanted);
+}
+
 template <class T>
 class FacadeObject final : public ImplHeap<T, FacadeObject<T>, Module> {
 public:
     using ImplHeap<T, FacadeObject<T>, Module>::ImplHeap;
 
+    // Its interfaces stand in one line, so all its faces are the primary one. For the short texts at hand
+    // this is faster than their hashes, and who walks a document asks for each node.
     BaseFace* Cast(const char16_t* wanted) noexcept override
     {
-        return ImplHeap<T, FacadeObject<T>, Module>::Cast(wanted != ownFacade ? wanted : nullptr);
+        if (wanted != nullptr && wanted != ownFacade && !IsOrDerivesFrom<T>(wanted))
+            return nullptr;
+        this->AddRef();
+        return Primary(this);
+    }
+
+    static void operator delete(FacadeObject* dying, std::destroying_delete_t) noexcept
+    {
+        FacadeBlock& block = dying->block;
+        dying->~FacadeObject();
+        block.GiveBackSlot();
     }
 };
 
+template <class T, class Record>
+FacePtr<T> MakeFacade(FacadeBlock& block, std::size_t slot, NodeStore& store, Record& record) noexcept
+{
+    static_assert(sizeof(FacadeObject<T>) == FacadeBlock::slotBytes);
+    auto* const made = ::new (block.GetSlot(slot)) FacadeObject<T>(store, record, block);
+    made->AddRef(); // here the compiler knows which one
+    return FacePtr<T>::Adopt(made);
+}
+
+FacePtr<Node> MakeFacadeOfKind(FacadeBlock& block, std::size_t slot, NodeStore& store, DomNode& node) noexcept
+{
+    switch (node.kind) {
+    case NodeType::Document:
+        return MakeFacade<DocumentNode>(block, slot, store, static_cast<DocumentRecord&>(node));
+    case NodeType::Element:
+        return MakeFacade<ElementNode>(block, slot, store, static_cast<ElementRecord&>(node));
+    default:
+        return MakeFacade<LeafNode>(block, slot, store, static_cast<LeafRecord&>(node));
+    }
+}
+
 FacePtr<Element> WrapElement(NodeStore& store, ElementRecord& element)
 {
-    return MakeFace<FacadeObject<ElementNode>>(store, element);
+    return MakeFacade<ElementNode>(FacadeBlock::Make(1), 0, store, element);
 }
 
 // The node if it is a child of this parent, else null.
 DomNode* FindChild(const ParentRecord& parent, const FacePtr<Node>& shown) noexcept
 {
-    DomNode* const node = FindStored(shown.Get()).node;
-    return node != nullptr && node->parent == &parent ? node : nullptr;
+    const StoredNode stored = FindStored(shown.Get());
+    return stored.node != nullptr && stored.node->parent == &parent ? stored.node : nullptr;
 }
 
 std::vector<FacePtr<Node>> WrapChildren(NodeStore& store, ParentRecord& parent)
@@ -46,8 +104,12 @@ std::vector<FacePtr<Node>> WrapChildren(NodeStore& store, ParentRecord& parent)
         ++count;
     std::vector<FacePtr<Node>> children;
     children.reserve(count);
-    for (DomNode* child = parent.first; child != nullptr; child = child->next)
-        children.push_back(Wrap(store, *child));
+    DomNode* child = parent.first;
+    while (const std::size_t slots = std::min(count - children.size(), FacadeBlock::mostSlots)) {
+        FacadeBlock& block = FacadeBlock::Make(slots);
+        for (std::size_t slot = 0; slot < slots; ++slot, child = child->next)
+            children.push_back(MakeFacadeOfKind(block, slot, store, *child));
+    }
     return children;
 }
 
@@ -82,35 +144,34 @@ void RefuseMisplaced(const ParentRecord& parent, NodeType type)
 FacePtr<Document> MakeDocument()
 {
     auto* const store = new NodeStore;
-    store->Pin(store->document); // so that the store is not lost if the facade cannot be made
+    NodeStore::Pin(store->document); // so that the store is not lost if the facade cannot be made
     Rollback unpin([store]() noexcept { store->Unpin(store->document); });
-    return MakeFace<FacadeObject<DocumentNode>>(*store, store->document);
+    return MakeFacade<DocumentNode>(FacadeBlock::Make(1), 0, *store, store->document);
 }
 
+// What answers is asked, not what was given: it may be another object.
 StoredNode FindStored(Node* shown) noexcept
 {
-    if (shown == nullptr || !FacePtr<BaseFace>::Adopt(shown->Cast(ownFacade)))
+    BaseFace* const found = shown != nullptr ? shown->Cast(ownFacade) : nullptr;
+    if (found == nullptr)
         return {};
-    switch (shown->GetType()) {
+    FacePtr<Node> facade = FacePtr<Node>::Adopt(FromPrimary<Node>(found));
+    const auto storedIn = [&facade](const auto& own) {
+        return StoredNode{std::move(facade), &own.GetStore(), &own.GetRecord()};
+    };
+    switch (facade->GetType()) {
     case NodeType::Document:
-        return static_cast<DocumentNode*>(shown)->GetStored();
+        return storedIn(static_cast<DocumentNode&>(*facade));
     case NodeType::Element:
-        return static_cast<ElementNode*>(shown)->GetStored();
+        return storedIn(static_cast<ElementNode&>(*facade));
     default:
-        return static_cast<LeafNode*>(shown)->GetStored();
+        return storedIn(static_cast<LeafNode&>(*facade));
     }
 }
 
 FacePtr<Node> Wrap(NodeStore& store, DomNode& node)
 {
-    switch (node.kind) {
-    case NodeType::Document:
-        return MakeFace<FacadeObject<DocumentNode>>(store, static_cast<DocumentRecord&>(node));
-    case NodeType::Element:
-        return MakeFace<FacadeObject<ElementNode>>(store, static_cast<ElementRecord&>(node));
-    default:
-        return MakeFace<FacadeObject<LeafNode>>(store, static_cast<LeafRecord&>(node));
-    }
+    return MakeFacadeOfKind(FacadeBlock::Make(1), 0, store, node);
 }
 
 template <class Interface, class Record>

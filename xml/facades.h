@@ -1,9 +1,10 @@
 // The facades: what clients hold of a document.
 //
-// A facade is two pointers and a pin on its node. It is made whenever a node is handed out, and answers to
+// A facade is a few pointers and a pin on its node. It is made whenever a node is handed out, and answers to
 // the interfaces of its kind and nothing else.
 #pragma once
 
+#include "xml/facade_block.h"
 #include "xml/node_store.h"
 #include <tessel/xml/document.h>
 
@@ -12,8 +13,10 @@ namespace Xml {
 // A new, empty document.
 FacePtr<Document> MakeDocument();
 
-// The node that an object shows. Null for a null pointer and for an object that is no facade of this library.
+// The node that an object shows. Null for a null pointer and for an object that is no facade of this library
+// and does not pass the question on to one.
 struct StoredNode {
+    FacePtr<Node> facade; // keeps the rest alive
     NodeStore* store = nullptr;
     DomNode* node = nullptr;
 };
@@ -25,20 +28,26 @@ FacePtr<Node> Wrap(NodeStore& store, DomNode& node);
 template <class Interface, class Record>
 class Facade : public Face<Interface> {
 public:
-    Facade(NodeStore& itsStore, Record& its) noexcept : store(itsStore), record(its) { store.Pin(record); }
+    Facade(NodeStore& itsStore, Record& its, FacadeBlock& itsBlock) noexcept
+        : store(itsStore), record(its), block(itsBlock)
+    {
+        NodeStore::Pin(record);
+    }
     Facade(const Facade&) = delete;
     Facade& operator=(const Facade&) = delete;
 
     NodeType GetType() override { return record.kind; }
     FacePtr<Node> GetParent() override;
 
-    StoredNode GetStored() noexcept { return {&store, &record}; }
+    NodeStore& GetStore() const noexcept { return store; }
+    Record& GetRecord() const noexcept { return record; }
 
 protected:
     ~Facade() { store.Unpin(record); }
 
     NodeStore& store;
     Record& record;
+    FacadeBlock& block; // that this one lies in
 };
 
 template <class Interface, class Record>

@@ -15,7 +15,7 @@ void Layout::BreakLine(std::uint32_t depth)
     if (depth > deepest)
         throw Error("xml-writer-depth", "xml");
     output.Add(u'\n');
-    output.Add(std::size_t{depth} * 2, u' ');
+    output.AddBlanks(std::size_t{depth} * 2);
 }
 
 void Layout::RequireName(bool isValid)

@@ -7,15 +7,6 @@
 
 namespace Xml {
 
-// Keeps (1): only the first pin of a node is told to its parent.
-void NodeStore::Pin(DomNode& node) noexcept
-{
-    // relaxed: whoever pins got here through a node that is pinned
-    for (DomNode* at = &node; at != nullptr; at = at->parent)
-        if (at->pins.fetch_add(1, std::memory_order_relaxed) != 0)
-            return;
-}
-
 void NodeStore::Unpin(DomNode& node) noexcept
 {
     for (DomNode* at = &node;;) {
@@ -110,7 +101,7 @@ void NodeStore::Free(Text text) noexcept
 {
     Text::Owned* const owned = text.GetOwned();
     if (owned == nullptr)
-        return; // packed texts go with the store
+        return text.WipePacked(); // its memory goes with the store
     TakeOut(*owned);
     owned->~Owned();
     records.GiveBack(owned, sizeof(Text::Owned));

@@ -77,7 +77,14 @@ public:
 
     // ---- Pins
 
-    void Pin(DomNode& node) noexcept;
+    // Keeps (1): only the first pin of a node is told to its parent.
+    static void Pin(DomNode& node) noexcept
+    {
+        // relaxed: whoever pins got here through a node that is pinned
+        DomNode* at = &node;
+        while (at->pins.fetch_add(1, std::memory_order_relaxed) == 0 && at->parent != nullptr)
+            at = at->parent;
+    }
     void Unpin(DomNode& node) noexcept;
     // A node with pins was taken out of its parent: it is the top of a tree of its own.
     void AddTree() noexcept;

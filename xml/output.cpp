@@ -1,6 +1,7 @@
 #include "xml/output.h"
 
 #include <algorithm>
+#include <array>
 #include <new>
 
 namespace Xml {
@@ -36,15 +37,16 @@ void Output::AddInPieces(std::u16string_view text)
     }
 }
 
-void Output::Add(std::size_t count, char16_t character)
+void Output::AddBlanks(std::size_t count)
 {
-    while (count != 0) {
-        if (at == end)
-            WritePiece();
-        const std::size_t added = std::min(count, static_cast<std::size_t>(end - at));
-        at = std::fill_n(at, added, character);
-        count -= added;
-    }
+    static constexpr auto blanks = [] {
+        std::array<char16_t, 128> filled{};
+        filled.fill(u' ');
+        return filled;
+    }();
+    for (; count > blanks.size(); count -= blanks.size())
+        Add({blanks.data(), blanks.size()});
+    Add({blanks.data(), count});
 }
 
 // The first half of a surrogate pair waits for the second one.

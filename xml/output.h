@@ -22,7 +22,7 @@ public:
         text.copy(at, text.size());
         at += text.size();
     }
-    void Add(std::size_t count, char16_t character);
+    void AddBlanks(std::size_t count);
     // To be called at the end; the destructor writes nothing.
     void Flush();
 

@@ -382,9 +382,9 @@ FacePtr<Document> Parse(StringReadingStream& stream)
 {
     const FacePtr<Document> document(Clsid{documentClass});
     const FacePtr<ParentNode> top = document.Cast<ParentNode>("xml");
-    NodeStore* const store = FindStored(top.Get()).store;
-    if (store != nullptr && store->document.first == nullptr)
-        Fill(stream, StoreBuilder(*store));
+    const StoredNode stored = FindStored(top.Get());
+    if (stored.store != nullptr && stored.store->document.first == nullptr)
+        Fill(stream, StoreBuilder(*stored.store));
     else // a class that a client has registered
         Fill(stream, FaceBuilder(top));
     return document;

@@ -68,6 +68,13 @@ void WriteStored(Layout& layout, const DocumentRecord& document)
     }
 }
 
+// A list of children that somebody else has made may hold a null pointer.
+void RequireNode(const FacePtr<Node>& node)
+{
+    if (!node)
+        ThrowCastFailure(Node::iid, "xml");
+}
+
 class FaceWalk {
 public:
     explicit FaceWalk(Layout& its) noexcept : layout(its) { }
@@ -102,6 +109,7 @@ void FaceWalk::WriteNext()
     Level& level = open.back();
     if (level.next < level.children.size()) {
         const FacePtr<Node> child = std::move(level.children[level.next++]);
+        RequireNode(child);
         const bool mayBreak = level.mayBreak;
         level.mayBreak = level.isDocument || child->GetType() != NodeType::Text;
         return Write(child, level.depth, mayBreak);
@@ -160,8 +168,9 @@ void FaceWalk::WriteElement(const FacePtr<Element>& element, std::uint32_t depth
 
 void Write(Layout& layout, const FacePtr<Document>& document)
 {
-    if (const NodeStore* const store = FindStored(document.Get()).store)
-        WriteStored(layout, store->document);
+    const StoredNode stored = FindStored(document.Get());
+    if (stored.store != nullptr)
+        WriteStored(layout, stored.store->document);
     else
         FaceWalk(layout).Run(document);
 }

@@ -1,5 +1,6 @@
 #include "xml/text.h"
 
+#include "base/zeroing.h"
 #include "xml/block.h"
 
 #include <cstring>
@@ -9,9 +10,12 @@ namespace Xml {
 
 namespace {
 
-// False if a character needs more than a byte; then what was written is of no use.
+// False if a character needs more than a byte; then what was written is of no use. In a text of many such
+// characters one of them is mostly the first or the last.
 bool Narrow(std::u16string_view view, std::uint8_t* narrow) noexcept
 {
+    if (view.front() > 0xFF || view.back() > 0xFF)
+        return false;
     std::size_t i = 0;
     Block seen{};
     for (; i + blockUnits <= view.size(); i += blockUnits) {
@@ -46,6 +50,12 @@ std::size_t Text::Pack(std::u16string_view view, void* place) noexcept
     packed.isNarrow = 0;
     std::memcpy(packed.Characters(), view.data(), view.size() * sizeof(char16_t));
     return sizeof(Packed) + view.size() * sizeof(char16_t);
+}
+
+void Text::WipePacked() noexcept
+{
+    if (Packed* const packed = GetOwned() == nullptr ? reinterpret_cast<Packed*>(bits) : nullptr)
+        ZeroForever(packed->Characters(), packed->length * std::size_t{packed->isNarrow != 0 ? 1U : 2U});
 }
 
 void Text::Widen(const std::uint8_t* narrow, std::size_t length, char16_t* wide) noexcept

@@ -54,7 +54,11 @@ public:
         return (bits & ownedBit) != 0 ? reinterpret_cast<Owned*>(bits & ~ownedBit) : nullptr;
     }
 
-    // The packed form in at most 2 bytes for each character and 2; returns its size, which is even.
+    // Zeroes the characters, if this is a packed text, of which nobody else knows.
+    void WipePacked() noexcept;
+
+    // The packed form of a text that is not empty, in at most 2 bytes for each
+    // character and 2; returns its size, which is even.
     static std::size_t Pack(std::u16string_view view, void* place) noexcept;
 
 private:

@@ -30,7 +30,8 @@ struct Element : Face<ParentNode> {
     // Reserved: both throw "xml-find-notimpl".
     virtual std::vector<FacePtr<Element>> FindElements(const WideString& path) = 0;
     virtual FacePtr<Element> FindElement(const WideString& path) = 0;
-    // Tidies everything below. Flags are NormalizeFlags; others are ignored.
+    // Tidies everything below. Flags are NormalizeFlags; others are ignored. For want of memory a part of it
+    // may be left undone; no text is lost.
     virtual void Normalize(std::uint32_t flags) = 0;
 };
 

@@ -9,13 +9,16 @@
 // What cannot be read throws an Error that names the kind of fault with line and column, both counted from 1,
 // columns in UTF-16 code units; the line feed alone ends a line:
 //
-//     xml-parser-syntax-header(L:C)   in the header            xml-parser-syntax-comment(L:C)   in the
-//     markers xml-parser-syntax-struc(L:C)    elements that do not     xml-parser-syntax-cdata(L:C)     of a
-//     section
-//                                     nest, text outside of    xml-parser-syntax-eof(L:C)       end within
-//                                     one the root, no root or     xml-parser-syntax-entity(L:C)    after an
-//                                     & more than one            xml-parser-syntax-attval(L:C)    in a value
-//     xml-parser-syntax(L:C)          in any other markup
+//  - xml-parser-syntax-header(L:C)   in the header
+//  - xml-parser-syntax-struc(L:C)    elements that do not nest, text outside of the root, no root or a second
+//  one
+//  - xml-parser-syntax-entity(L:C)   behind an ampersand
+//  - xml-parser-syntax-attval(L:C)   in a value, the end of the text included
+//  - xml-parser-syntax-comment(L:C)  in the markers of a comment
+//  - xml-parser-syntax-cdata(L:C)    in the opening marker of a section
+//  - xml-parser-syntax-eof(L:C)      the end of the text in a comment or a section, also right behind two
+//  hyphens
+//  - xml-parser-syntax(L:C)          in any other markup
 //
 // Any number of threads may read at once; each document belongs to its caller.
 #pragma once

@@ -16,6 +16,7 @@ struct FILE {
     Handle handle;
     bool writes;
     bool failed = false;
+    bool ended = false; // the end was met; it is not looked for again
     std::size_t begin = 0;
     std::size_t end = 0;
     unsigned char buffer[65536];
@@ -58,7 +59,10 @@ std::size_t ReadSome(FILE& file, unsigned char* target, std::size_t size) noexce
 {
     std::uint32_t count = 0;
     const auto wanted = static_cast<std::uint32_t>(std::min<std::size_t>(size, INT32_MAX));
+    if (file.ended)
+        return 0;
     file.failed = !ReadFile(file.handle, target, wanted, &count) || file.failed;
+    file.ended = count == 0; // fewer bytes may also stand before a failure
     return count;
 }
 
