@@ -1,16 +1,15 @@
 // Documents from any bytes. Three roads must agree: the text in one piece, in pieces of the length that the
 // first byte gives, and, as bytes, through a file. What was read is written, and must read as the same tree,
 // but for white space that stands alone.
-#include "platform/text.h"
 #include "xml/document_factory.h"
 #include "xml/parser.h"
 #include "xml/reader_writer.h"
 #include <tessel/base/error.h>
+#include <tessel/base/utf8.h>
 #include <tessel/module.h>
 #include <tessel/object/impl.h>
 #include <tessel/object/manager.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -56,16 +55,11 @@ struct PiecesStream : Face<StringReadingStream> {
 
 // ---- What was read, as a text: the tree without blank texts, or the failure
 
-bool IsBlank(const std::u16string& text)
-{
-    return text.find_first_not_of(u" \t\r\n") == text.npos;
-}
-
 void Tell(const FacePtr<Xml::Node>& node, std::u16string& told)
 {
     const std::u16string value = node->GetValue().c_str();
     const NodeType type = node->GetType();
-    if (type == NodeType::Text && IsBlank(value))
+    if (type == NodeType::Text && value.find_first_not_of(u" \t\r\n") == value.npos)
         return;
     told += static_cast<char16_t>(type);
     told += value + u'\0';
@@ -103,20 +97,7 @@ std::u16string TextOf(std::string_view bytes)
 {
     if (bytes.substr(0, 3) == "\xEF\xBB\xBF")
         bytes.remove_prefix(3);
-    bytes = bytes.substr(0, bytes.find('\0'));
-    for (std::size_t back = 1; back <= std::min<std::size_t>(3, bytes.size()); ++back) {
-        const auto byte = static_cast<unsigned char>(bytes[bytes.size() - back]);
-        const std::size_t length = byte >= 0xF5 || byte < 0xC2 ? 1 : byte >= 0xF0 ? 4 : byte >= 0xE0 ? 3 : 2;
-        if (length > back) {
-            bytes.remove_suffix(back);
-            break;
-        }
-        if ((byte & 0xC0) != 0x80)
-            break;
-    }
-    std::u16string text(bytes.size(), u'\0');
-    text.resize(Platform::Utf8ToUtf16(bytes.data(), bytes.size(), text.data(), text.size()));
-    return text;
+    return StringFromUtf8(std::string(bytes).c_str()).c_str();
 }
 
 Outcome ReadFile(std::string_view bytes)

@@ -3,6 +3,7 @@
 #include "host/memory_map.h"
 #include "host/narrator.h"
 #include "host/settings.h"
+#include "host/xml_settings.h"
 #include "lamps/lamp.h"
 #include "shop/till.h"
 
@@ -142,6 +143,7 @@ void Run(bool scanned)
         WriteSettings();
     else
         ReadSettings();
+    ChangeXmlSettings(ModuleFolder() / "settings.xml");
     UseLamp();
     DropModules(CatchFailure());
 }

@@ -14,37 +14,32 @@
 namespace {
 
 // What a start of the library does with its registrations.
-struct Classes : testing::Environment {
-    void SetUp() override
+struct Classes {
+    Classes()
     {
-        manager = Clsid(Object::managerClass);
-        readerWriter = MakeFace<Impl<Xml::ReaderWriterFactory, Module>>();
-        documents = MakeFace<Impl<Xml::DocumentFactory, Module>>();
         manager->AddFactory(readerWriter.Cast<Object::Factory>("test"));
         manager->AddFactory(documents);
     }
-    void TearDown() override
-    {
-        documents = nullptr;
-        readerWriter = nullptr;
-        manager = nullptr;
-    }
 
-    FacePtr<Object::Manager> manager;
-    FacePtr<Xml::Reader> readerWriter;
-    FacePtr<Object::Factory> documents;
+    FacePtr<Object::Manager> manager{Clsid(Object::managerClass)};
+    FacePtr<Xml::Reader> readerWriter = MakeFace<Impl<Xml::ReaderWriterFactory, Module>>();
+    FacePtr<Object::Factory> documents = MakeFace<Impl<Xml::DocumentFactory, Module>>();
 };
-Classes* const classes = new Classes;
-const testing::Environment* const added = testing::AddGlobalTestEnvironment(classes);
+const Classes* const classes = new Classes; // for as long as the process lives
 
-// A document that a client could have written: only the nodes below it are the library's.
+// A document that a client could have written: only the nodes below it are the library's. Where there are
+// none it has a null pointer in their place.
 class ForeignDocument : public Face<Xml::Document> {
 public:
     Xml::NodeType GetType() override { return inner->GetType(); }
     WideString GetValue() override { return inner->GetValue(); }
     void SetValue(const WideString& value) override { inner->SetValue(value); }
     FacePtr<Xml::Node> GetParent() override { return nullptr; }
-    std::vector<FacePtr<Xml::Node>> GetChildren() override { return inner->GetChildren(); }
+    std::vector<FacePtr<Xml::Node>> GetChildren() override
+    {
+        std::vector<FacePtr<Xml::Node>> children = inner->GetChildren();
+        return children.empty() ? std::vector<FacePtr<Xml::Node>>(1) : children;
+    }
     void RemoveChild(const FacePtr<Xml::Node>& child) override { inner->RemoveChild(child); }
     FacePtr<Xml::Node> InsertChild(
         Xml::NodeType type, const WideString& value, const FacePtr<Xml::Node>& before) override
@@ -158,11 +153,16 @@ std::string FailureOf(const std::function<void()>& operation)
     }
 }
 
-std::string Outcome(const std::string& text)
+std::string OutcomeOf(const std::function<FacePtr<Xml::Document>()>& read)
 {
     std::string told;
-    const std::string failure = FailureOf([&] { told = Tell(GetReader()->Read(Wide(text))); });
+    const std::string failure = FailureOf([&] { told = Tell(read()); });
     return failure.empty() ? told : failure;
+}
+
+std::string Outcome(const std::string& text)
+{
+    return OutcomeOf([&] { return GetReader()->Read(Wide(text)); });
 }
 
 std::string Written(const FacePtr<Xml::Document>& document)

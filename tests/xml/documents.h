@@ -38,6 +38,7 @@ std::string Tell(const FacePtr<Xml::Document>& document);
 std::string FailureOf(const std::function<void()>& operation);
 
 // What reading gives: the document or the failure.
+std::string OutcomeOf(const std::function<FacePtr<Xml::Document>()>& read);
 std::string Outcome(const std::string& text);
 std::string Written(const FacePtr<Xml::Document>& document);
 

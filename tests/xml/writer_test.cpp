@@ -47,24 +47,15 @@ std::string WrittenRoot(const std::function<void(Xml::Element&)>& fill)
     return text.substr(text.find('\n') + 1);
 }
 
-std::string FailureOfRoot(const std::function<void(Xml::Element&)>& fill)
-{
-    return FailureOf([&] { WrittenRoot(fill); });
-}
-
 } // namespace
 
-TEST(Writer, HasOneLayout)
+TEST(Writer, HasOneLayoutAlsoForAForeignDocument)
 {
-    EXPECT_EQ(Written(MakeExample()), example);
     EXPECT_EQ(Written(MakeEmptyDocument()), "<?xml version=\"1.0\" encoding=\"utf-8\"?>");
-}
-
-TEST(Writer, WritesAForeignDocumentTheSameWay)
-{
+    EXPECT_EQ(Written(MakeExample()), example);
     const ForeignDocuments foreign;
     EXPECT_EQ(Written(MakeExample()), example);
-    EXPECT_EQ(FailureOf([] { GetWriter()->Write(GetReader()->Read(u"<a><!--x-->t<b/></a>")); }), "");
+    EXPECT_EQ(FailureOf([] { GetWriter()->Write(MakeEmptyDocument()); }), "Cast<IID_Xml::Node>");
 }
 
 TEST(Writer, BreaksNoLineWhereTextStands)
@@ -90,13 +81,15 @@ TEST(Writer, BreaksNoLineWhereTextStands)
 
 TEST(Writer, RefusesWhatTheReaderWouldNotTake)
 {
+    const auto failureOf = [](const std::function<void(Xml::Element&)>& fill) {
+        return FailureOf([&] { WrittenRoot(fill); });
+    };
     for (const char16_t* name : {u"", u"1a", u"a b", u"a\xD83D\xDE00", u"\xD7"}) {
-        EXPECT_EQ(FailureOfRoot([&](Xml::Element& root) { root.SetValue(name); }), "xml-writer-comment");
-        EXPECT_EQ(
-            FailureOfRoot([&](Xml::Element& root) { root.SetAttribute(name, u""); }), "xml-writer-comment");
+        EXPECT_EQ(failureOf([&](Xml::Element& root) { root.SetValue(name); }), "xml-writer-comment");
+        EXPECT_EQ(failureOf([&](Xml::Element& root) { root.SetAttribute(name, u""); }), "xml-writer-comment");
     }
-    const auto leaf = [](NodeType type, const char16_t* text) {
-        return FailureOfRoot([=](Xml::Element& root) { root.InsertChild(type, text, nullptr); });
+    const auto leaf = [&](NodeType type, const char16_t* text) {
+        return failureOf([=](Xml::Element& root) { root.InsertChild(type, text, nullptr); });
     };
     EXPECT_EQ(leaf(NodeType::Comment, u"a--b"), "xml-writer-comment");
     EXPECT_EQ(leaf(NodeType::Comment, u"a-"), ""); // and the reader refuses it
@@ -105,45 +98,25 @@ TEST(Writer, RefusesWhatTheReaderWouldNotTake)
     EXPECT_NE(FailureOf([] { GetWriter()->Write(nullptr); }).find("IID_Xml::Document"), std::string::npos);
 }
 
-TEST(Writer, WhatIsWrittenReadsAsTheSameTree)
-{
-    for (const std::string text : {"<a>x<b>y</b><!--c--><d/>z</a>", "<a b='&#10;&quot;&amp;'>&lt;]]&gt;</a>",
-             "<a><![CDATA[]]]><b>  x  </b><![CDATA[]]></a>"}) {
-        const std::string told = Outcome(text);
-        EXPECT_EQ(Outcome(Written(GetReader()->Read(Wide(text)))), told) << text;
-    }
-}
-
+// Texts go to the file in pieces of some thousand units: at no length may a pair of surrogates be cut.
 TEST(WriterOfFiles, WritesUtf8WithoutAMarkIntoAnEmptiedFile)
 {
     const TemporaryFolder folder;
     const std::string path = folder / "x.xml";
-    Write(path, std::string(10000, 'x'));
-    const FacePtr<Xml::Document> document = MakeEmptyDocument();
-    const FacePtr<Xml::Element> root = Insert(*document, u"r");
-    root->InsertChild(NodeType::Text, u"\xE9\xD83D\xDE00\xDC00|\xD800", nullptr);
-    GetWriter()->WriteFile(document, Wide(path));
-    EXPECT_EQ(ContentOf(path),
-        "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
-        "<r>\xC3\xA9\xF0\x9F\x98\x80\xEF\xBF\xBD|\xEF\xBF\xBD</r>");
-}
-
-// Texts go to the file in pieces of some thousand units: at no length may a pair of surrogates be cut.
-TEST(WriterOfFiles, NeverCutsACharacter)
-{
-    const TemporaryFolder folder;
-    const std::string path = folder / "x.xml";
-    const std::string smiles = [] {
-        std::string text;
-        for (int i = 0; i < 10000; ++i)
-            text += "\xF0\x9F\x98\x80";
-        return text;
-    }();
-    for (const std::string start : {"", "x"}) {
-        const FacePtr<Xml::Document> document = GetReader()->Read(Wide("<r>" + start + smiles + "</r>"));
+    Write(path, std::string(100000, 'x'));
+    for (const std::u16string start : {u"\xE9\xDC00|\xD800<", u"\xE9\xDC00|\xD800<x"}) {
+        std::u16string text = start;
+        std::string expected = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<r>\xC3\xA9\xEF\xBF\xBD|"
+                               "\xEF\xBF\xBD&lt;";
+        expected += start.back() == u'x' ? "x" : "";
+        for (int i = 0; i < 10000; ++i) {
+            text += u"\xD83D\xDE00";
+            expected += "\xF0\x9F\x98\x80";
+        }
+        const FacePtr<Xml::Document> document = MakeEmptyDocument();
+        Insert(*document, u"r")->InsertChild(NodeType::Text, text.c_str(), nullptr);
         GetWriter()->WriteFile(document, Wide(path));
-        EXPECT_EQ(ContentOf(path), Written(document));
-        EXPECT_EQ(Tell(GetReader()->ReadFile(Wide(path))), "r('" + start + smiles + "')");
+        EXPECT_EQ(ContentOf(path), expected + "</r>");
     }
 }
 
