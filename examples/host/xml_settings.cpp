@@ -7,6 +7,7 @@
 
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <string>
 
 namespace {
@@ -30,7 +31,8 @@ const char* const changed = R"(<?xml version="1.0" encoding="utf-8"?>
   <window height="720" name="main" width="1600"/>
   <window height="200" name="log" width="640"/>
   <greeting>Schöne Grüße &amp; gute Nacht</greeting>
-  <startup><![CDATA[if (lamps < 3) light("all");]]>
+  <startup>
+    <![CDATA[if (lamps < 3) light("all");]]>
   </startup>
   <recent title="&quot;A &amp; B&quot;">&lt;none></recent>
 </settings>)";
@@ -94,7 +96,9 @@ void Demo::ChangeXmlSettings(const std::filesystem::path& path)
     Change(settings);
     FacePtr<Xml::Writer>(Xml::writerClass)->WriteFile(document, StringFromUtf8(path.c_str()));
     Claim(ReadBytes(path) == changed, "Wider, without the proxy and with a new entry, the file is this:");
-    Say(changed);
+    std::istringstream lines(changed);
+    for (std::string line; std::getline(lines, line);)
+        Say("    " + line);
 
     const FacePtr<Xml::Element> again = Read(path)->GetRootElement();
     const FacePtr<Xml::Element> recent = again->GetChildElement(u"recent", false);
@@ -106,6 +110,7 @@ void Demo::ChangeXmlSettings(const std::filesystem::path& path)
     const std::filesystem::path broken = path.string() + ".broken";
     WriteBytes(broken, "<settings>\n  <window>\n</settings>\n");
     const std::string failure = FailureOf(broken);
+    std::filesystem::remove(broken);
     Claim(failure.find("xml-parser-syntax-struc(3:11)") != failure.npos,
         "A file with a fault is refused, line and column told: \"" + failure + "\"");
 }
