@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <stdexcept>
+#include <thread>
 
 namespace Testing {
 
@@ -45,7 +46,7 @@ public:
             // Tells that it is inside, and waits until it is let on.
             gate = 1;
             while (gate == 1)
-                std::atomic_thread_fence(std::memory_order_seq_cst);
+                std::this_thread::yield();
             out = MakeFace<Impl<GadgetImpl, Module>>();
         } else if (clsid == u"CID_Testing::OpenGate")
             gate = 2;
