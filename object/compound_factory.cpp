@@ -2,8 +2,6 @@
 
 #include "object/match.h"
 
-#include <ranges>
-
 namespace Object {
 
 void CompoundFactory::AddFactory(const FacePtr<Factory>& factory)
@@ -11,8 +9,7 @@ void CompoundFactory::AddFactory(const FacePtr<Factory>& factory)
     if (const auto byName = factory.TryCast<StaticFactory>()) {
         ClassInfoList classes;
         byName->ListClasses(classes);
-        const auto name = [](const ClassInfo& described) { return Clsid(described.clsid); };
-        statics.SetEach(classes | std::views::transform(name), byName);
+        statics.SetEach(classes, byName, [](const ClassInfo& described) { return Clsid(described.clsid); });
     }
     if (const auto byType = factory.TryCast<DynamicFactory>()) {
         TypeSet types;

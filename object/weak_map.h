@@ -100,15 +100,16 @@ public:
     using Contents = WeakContents<std::unordered_map<K, WeakPtr<V>, WeakMapHash>, V>;
     using Pairs = typename Contents::Pairs;
 
-    // Binds each key to the value, whatever it was bound to before; null removes them.
-    template <class Keys>
-    void SetEach(Keys&& keys, const FacePtr<V>& value)
+    // Binds the key of each element to the value, whatever it was bound to before; null removes them.
+    template <class Elements, class KeyOf = std::identity>
+    void SetEach(const Elements& elements, const FacePtr<V>& value, KeyOf keyOf = {})
     {
         // What is replaced goes outside: letting go a weak reference can drop the last reference for an
         // instant in which its holder lets go too.
         std::vector<typename decltype(Contents::entries)::node_type> replaced;
         const Writing lock;
-        for (const K& key : keys) {
+        for (const auto& element : elements) {
+            const K& key = keyOf(element);
             if (const auto old = contents->entries.find(key); old != contents->entries.end()) {
                 replaced.emplace_back(); // first, for it may throw
                 replaced.back() = contents->entries.extract(old);
