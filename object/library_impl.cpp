@@ -26,10 +26,7 @@ constexpr std::uint32_t idleMilliseconds = 600000; // ten minutes, for a cleanup
 
 LibraryImpl::LibraryImpl(
     const WideString& itsPath, const ClassInfoList& knownClasses, const TypeSet& knownTypes)
-    : path(itsPath),
-      compound(MakeFace<Impl<CompoundFactory, Module>>()),
-      classes(knownClasses),
-      types(knownTypes)
+    : path(itsPath), classes(knownClasses), types(knownTypes)
 {
 }
 
@@ -81,8 +78,12 @@ FacePtr<Dll> LibraryImpl::LoadNow(bool must)
     FacePtr<Dll> loaded = Dll::Load(path);
     if (!loaded)
         return nullptr;
+    // A new compound, for the factories of an earlier load still live where something else keeps the module
+    // in memory.
+    const auto offered = MakeFace<Impl<CompoundFactory, Module>>();
     for (auto* node = loaded->GetStaticList(); node != nullptr; node = node->next)
-        compound->AddFactory(node->factory);
+        offered->AddFactory(node->factory);
+    compound = offered;
     if (must)
         return loaded;
     classes.clear();

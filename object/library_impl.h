@@ -45,10 +45,10 @@ private:
     bool ServesType(const Clsid& clsid);
 
     const WideString path;
-    const FacePtr<CompoundFactory> compound; // the module's own factories, while it is loaded
-    // Guards all below but `busy`. Held while the module is loaded and initialised, and so always taken
-    // behind the loader's lock there: a module's constructor, which runs under that lock, may ask another
-    // library.
+    FacePtr<CompoundFactory> compound; // the module's own factories, while it is loaded
+    // Guards all here but `busy`; the compound, which only a load changes, is also there for whoever is busy
+    // and has the Dll. Held while the module is loaded and initialised, and so always taken behind the
+    // loader's lock there: a module's constructor, which runs under that lock, may ask another library.
     CriticalSection section;
     std::atomic<std::uint32_t> busy{0}; // calls under way that may run in the module
     ClassInfoList classes;

@@ -5,6 +5,7 @@
 #include <tessel/tessel.h>
 
 #include <atomic>
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <thread>
@@ -167,6 +168,17 @@ TEST_F(ModuleTest, CreateReadsWhatTheModuleOffers)
     EXPECT_FALSE(Object::GetLoadFailure().IsEmpty());
     EXPECT_EQ(creator->GetStamp(PathText(gadgetsFile)).GetLength(), 16U);
     EXPECT_TRUE(creator->GetStamp(u"C:\\nowhere\\x.dll").IsEmpty());
+}
+
+TEST_F(ModuleTest, IsServedOnceAlsoWhenItWasLetGoAndStayedInMemory)
+{
+    UseGadgets();
+    void* const other = dlopen(gadgetsFile.c_str(), RTLD_NOW);
+    for (int round = 0; round < 3; ++round) {
+        EXPECT_EQ(manager->FindClasses(u"Testing::Kind|", {}).size(), 1U);
+        ForceCleanup();
+    }
+    dlclose(other);
 }
 
 TEST_F(ModuleTest, WhatCameFromItSurvivesIt)
