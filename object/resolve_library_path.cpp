@@ -94,8 +94,8 @@ void ResolveLibraryPath(const char* name, char16_t* out, std::uint32_t outLength
     const std::u16string_view bare(wideName.c_str());
     const bool isFound = FindInNamedFolder(path, bare) || FindInOwnFolder(path, bare);
     const std::u16string_view result = isFound ? path.Get() : bare;
-    if (outLength != 0)
-        out[result.copy(out, outLength - 1)] = 0;
+    const std::size_t copied = result.copy(out, outLength);
+    std::fill(out + copied, out + outLength, u'\0');
 }
 
 } // namespace Object

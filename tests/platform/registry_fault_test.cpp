@@ -13,18 +13,19 @@ using namespace Platform;
 namespace {
 
 // All keys and values below a key, as text.
-std::string Contents(Handle parent, const std::u16string& path)
+std::string Contents(const Key& key)
 {
-    Handle opened;
-    if (RegOpenKeyExW(parent, path.c_str(), 0, KEY_READ, &opened) != 0)
-        return "";
-    const Key key(opened);
-    std::string text = "{";
+    std::string text;
     for (const std::u16string& name : key.Values())
         text += testing::PrintToString(name) + "=" + key.Get(name).value_or("damaged").substr(0, 20) + ";";
     for (const std::u16string& name : key.Subkeys())
-        text += testing::PrintToString(name) + Contents(key, name);
-    return text == "{" && path.empty() ? "" : text + "}"; // that a hive has begun is nothing yet
+        text += testing::PrintToString(name) + "{" + Contents(Key(name, key)) + "}";
+    return text;
+}
+std::string ContentsOf(Handle root)
+{
+    Handle opened;
+    return RegOpenKeyExW(root, u"", 0, KEY_READ, &opened) == 0 ? Contents(Key(opened)) : "";
 }
 
 const std::string largeOld(100'000, 'o');
@@ -35,6 +36,7 @@ const std::string largeNew(100'000, 'n');
 struct Subject {
     const Key key{u"k"};
     const Key reading{u"k"};
+    const Key knowing{u"k"}; // has read all that was there before
 };
 
 struct Operation {
@@ -73,6 +75,11 @@ const Operation operations[] = {
         [](const Subject& s) {
             const std::uint32_t code = RegDeleteKeyW(s.reading, u"SUB");
             return code == ERROR_FILE_NOT_FOUND ? 0 : code;
+        }},
+    {"delete a key that has a subkey", [](const Key& k) { Key(u"Sub\\Living", k).Set(u"v", "old"); },
+        [](const Subject& s) {
+            const std::uint32_t code = RegDeleteKeyW(s.reading, u"SUB");
+            return code == ERROR_ACCESS_DENIED ? 0 : code;
         }},
     {"begin a hive", [](const Key&) {},
         [](const Subject&) {
@@ -133,10 +140,9 @@ bool MeetFault(const Operation& operation, const Fault& fault, unsigned n)
         std::string(operation.name) + ", " + fault.name + " at step " + std::to_string(n);
     const Subject subject;
     operation.prepare(subject.key);
-    const auto contents = [] {
-        return Contents(HKEY_CURRENT_USER, u"k") + Contents(HKEY_LOCAL_MACHINE, u"");
-    };
+    const auto contents = [] { return ContentsOf(HKEY_CURRENT_USER) + ContentsOf(HKEY_LOCAL_MACHINE); };
     const std::string before = contents();
+    static_cast<void>(Contents(subject.knowing));
     const std::size_t descriptors = OpenDescriptors();
     unsigned steps = 0;
     std::uint32_t code = 1;
@@ -149,6 +155,7 @@ bool MeetFault(const Operation& operation, const Fault& fault, unsigned n)
     };
     const bool met = fault.kills ? InAnotherProcess(run) == -1 : run() == 1;
     const std::string left = contents();
+    EXPECT_EQ(Contents(subject.knowing), Contents(Key(u"k"))) << where;
     // Lock and stamp of the handle may have been opened.
     EXPECT_LE(OpenDescriptors(), descriptors + 3) << where;
     EXPECT_EQ(operation.run(subject), 0U) << where;
@@ -157,6 +164,7 @@ bool MeetFault(const Operation& operation, const Fault& fault, unsigned n)
     EXPECT_TRUE(code != 0 || left == after) << where << " was told as done";
     EXPECT_EQ(after.find("damaged"), std::string::npos) << where;
     // Whatever was left half done does not outlive the key.
+    RegDeleteKeyW(subject.key, u"Sub\\Living");
     RegDeleteKeyW(subject.key, u"Sub");
     EXPECT_EQ(RegDeleteKeyW(HKEY_CURRENT_USER, u"k"), 0U) << where;
     EXPECT_EQ(::rmdir(registry.Path("user/keys").c_str()), 0) << where;

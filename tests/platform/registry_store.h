@@ -5,6 +5,9 @@
 #include "platform/registry.h"
 #include "tests/platform/temporary_folder.h"
 
+#include <algorithm>
+#include <array>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -12,6 +15,13 @@
 class TemporaryRegistry : public TemporaryFolder {
 public:
     TemporaryRegistry() { ::setenv("TESSEL_REGISTRY", Path().c_str(), 1); }
+
+    mode_t Mode(const std::string& name) const
+    {
+        struct stat status { };
+        EXPECT_EQ(::lstat(Path(name).c_str(), &status), 0) << name;
+        return status.st_mode;
+    }
 };
 
 class Key {
@@ -55,35 +65,35 @@ public:
         return code == 0 && size == bytes.size() ? std::optional(bytes) : std::nullopt;
     }
 
-    std::vector<std::u16string> Values() const
+    // Sorted.
+    std::vector<std::u16string> Values() const { return Enumerate(Platform::RegEnumValueW); }
+    std::vector<std::u16string> Subkeys() const { return Enumerate(Platform::RegEnumKeyExW); }
+    // Subkeys, the longest name of one, values, the longest name of one.
+    std::array<std::uint32_t, 4> Measures() const
     {
-        return Enumerate([this](std::uint32_t index, char16_t* name, std::uint32_t* chars) {
-            return Platform::RegEnumValueW(handle, index, name, chars, nullptr, nullptr, nullptr, nullptr);
-        });
-    }
-    std::vector<std::u16string> Subkeys() const
-    {
-        return Enumerate([this](std::uint32_t index, char16_t* name, std::uint32_t* chars) {
-            return Platform::RegEnumKeyExW(handle, index, name, chars, nullptr, nullptr, nullptr, nullptr);
-        });
+        std::array<std::uint32_t, 4> found{};
+        EXPECT_EQ(Platform::RegQueryInfoKeyW(handle, nullptr, nullptr, nullptr, &found[0], &found[1], nullptr,
+                      &found[2], &found[3], nullptr, nullptr, nullptr),
+            0U);
+        return found;
     }
 
 private:
     template <class Next>
-    static std::vector<std::u16string> Enumerate(Next next)
+    std::vector<std::u16string> Enumerate(Next next) const
     {
         std::vector<std::u16string> names;
-        for (std::uint32_t index = 0;; ++index) {
-            std::u16string name(16384, u'\0');
-            std::uint32_t chars = 16384;
-            const std::uint32_t code = next(index, name.data(), &chars);
-            if (code != 0) {
-                EXPECT_EQ(code, Platform::ERROR_NO_MORE_ITEMS);
-                return names;
-            }
-            name.resize(chars);
-            names.push_back(name);
+        thread_local char16_t name[16384];
+        std::uint32_t chars = 16384;
+        std::uint32_t code = 0;
+        for (std::uint32_t index = 0;
+             (code = next(handle, index, name, &chars, nullptr, nullptr, nullptr, nullptr)) == 0; ++index) {
+            names.emplace_back(name, chars);
+            chars = 16384;
         }
+        EXPECT_EQ(code, Platform::ERROR_NO_MORE_ITEMS);
+        std::sort(names.begin(), names.end());
+        return names;
     }
 
     Platform::Handle handle = Platform::NULL_HANDLE;

@@ -33,15 +33,11 @@ bool CallLock(int descriptor, int command, short type) noexcept
     return result == 0;
 }
 
-// `mode` whatever the process's mask.
 Descriptor OpenOrMake(int folder, const char* name, mode_t mode) noexcept
 {
     constexpr int flags = O_RDWR | O_NOFOLLOW | O_NONBLOCK;
-    Descriptor opened(Seam::OpenAt(folder, name, flags));
-    if (opened || errno != ENOENT)
-        return opened;
-    opened = Descriptor(Seam::OpenAt(folder, name, flags | O_CREAT, mode));
-    if (opened && Seam::SetMode(opened.Get(), mode) != 0)
+    Descriptor opened(Seam::OpenAt(folder, name, flags | O_CREAT, mode));
+    if (opened && !EnsureMode(opened.Get(), mode))
         opened.Close();
     return opened;
 }
@@ -52,7 +48,10 @@ Code Change::Begin() noexcept
 {
     if (const Code code = TakeLock())
         return code;
-    before = now = key.ReadStamp();
+    // One that cannot be read must not count as none: the numbers would begin anew, and even ones come twice.
+    if (const Code code = key.ReadStamp(before))
+        return code;
+    now = before;
     // Settled means alive, as of the moment when it was read, and nobody else can change that any more.
     if (!before.IsSettled() && !key.IsAlive())
         return errno == ENOENT ? ERROR_KEY_DELETED : CodeOfErrno();
@@ -86,7 +85,7 @@ Code Change::Announce(bool names) noexcept
     if (!announced)
         next.sequence += next.sequence % 2 == 0 ? 1 : 2;
     if (names)
-        ++next.names;
+        next.names |= 1; // somebody who was killed may have left it so
     if (!Write(next))
         return CodeOfErrno();
     now = next;

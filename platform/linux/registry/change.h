@@ -28,7 +28,7 @@ public:
 
     // What readers saw before the change and what they will see after it.
     const Stamp& Before() const noexcept { return before; }
-    Stamp After() const noexcept { return {now.sequence + 1, now.names, true}; }
+    Stamp After() const noexcept { return {now.sequence + 1, now.names + now.names % 2, true}; }
 
 private:
     Code TakeLock() noexcept;

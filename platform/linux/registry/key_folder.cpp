@@ -122,14 +122,42 @@ Code KeyFolder::CheckWritable() const noexcept
     return Seam::AccessAt(Get(), ".", W_OK | X_OK) == 0 ? ERROR_SUCCESS : CodeOfErrno();
 }
 
-Stamp KeyFolder::ReadStamp() noexcept
+Stamp KeyFolder::PeekStamp() noexcept
 {
+    const bool wasOpen = stampFile.Get() >= 0;
+    const Stamp stamp = ReadStamp();
+    if (!wasOpen)
+        stampFile.Close();
+    return stamp;
+}
+
+Code KeyFolder::ReadStamp(Stamp& stamp) noexcept
+{
+    stamp = {};
     if (!stampFile)
         stampFile = Descriptor(Seam::OpenAt(Get(), "stamp", O_RDONLY | O_NOFOLLOW | O_NONBLOCK));
+    if (!stampFile && errno == ENOENT)
+        return ERROR_SUCCESS;
     std::uint64_t words[2];
-    if (!stampFile || Seam::ReadFrom(stampFile.Get(), words, sizeof words, 0) != sizeof words)
-        return {};
-    return {words[0], words[1], true};
+    ssize_t count = -1;
+    if (stampFile)
+        do
+            count = Seam::ReadFrom(stampFile.Get(), words, sizeof words, 0);
+        while (count < 0 && errno == EINTR);
+    if (count < 0) {
+        stamp = {1, 1, true};
+        return CodeOfErrno();
+    }
+    if (count == sizeof words) // who made it may have been killed before it wrote there
+        stamp = {words[0], words[1], true};
+    return ERROR_SUCCESS;
+}
+
+bool EnsureMode(int descriptor, mode_t mode) noexcept
+{
+    struct stat status;
+    return Seam::Status(descriptor, &status) == 0
+        && ((status.st_mode & 07777) == mode || Seam::SetMode(descriptor, mode) == 0);
 }
 
 } // namespace Platform::Registry

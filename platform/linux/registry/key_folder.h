@@ -2,9 +2,8 @@
 // becomes of its name.
 //
 //   name    a symbolic link whose text is the name as first written; nothing ever follows it. It is there
-//   from
-//           the key's first moment, and removing it is the key's death: a folder without it is what a deleted
-//           key left.
+//           from the key's first moment, and removing it is the key's death: a folder without it is what a
+//           deleted key left.
 //   keys/   the folders of the subkeys, if there ever were any
 //   lock    whoever changes the key or the list of its subkeys holds a lock on it
 //   stamp   tells readers that something was changed
@@ -29,15 +28,18 @@ using Code = std::uint32_t;
 // kind of thing, a link above all, is ERROR_INVALID_DATA.
 Code CodeOfErrno() noexcept;
 
-// What the stamp of a key says. A change makes `sequence` odd before it begins and even again when it is
-// done; a process that was killed in between leaves it odd, and so does the death of the key.
+// What the stamp of a key says. A change makes a number odd before it begins and even again when it is done;
+// a process that was killed in between leaves it odd, and so does the death of the key. Each number has this
+// of its own, for the two may be read while they are being written: the one as before and the other as after.
 struct Stamp {
-    std::uint64_t sequence = 0;
-    std::uint64_t names = 0; // goes up when a value or a subkey comes or goes
+    std::uint64_t sequence = 0; // of all changes
+    std::uint64_t names = 0; // of those by which a value or a subkey comes or goes
     bool present = false; // there is none before the first change
 
     // The key is alive, and nothing in it is being changed.
     bool IsSettled() const noexcept { return present && sequence % 2 == 0; }
+    // No value and no subkey comes or goes; also where nothing ever did.
+    bool HasSettledNames() const noexcept { return names % 2 == 0; }
 };
 
 class KeyFolder {
@@ -68,8 +70,16 @@ public:
     // Whether the caller may change the key.
     Code CheckWritable() const noexcept;
 
-    // One thread at a time.
-    Stamp ReadStamp() noexcept;
+    // One thread at a time. After a failure the stamp is an odd one: what is not known may be changing.
+    Code ReadStamp(Stamp& stamp) noexcept;
+    Stamp ReadStamp() noexcept
+    {
+        Stamp stamp;
+        ReadStamp(stamp);
+        return stamp;
+    }
+    // The same, without a descriptor that stays open: whoever goes down a tree keeps all of its keys open.
+    Stamp PeekStamp() noexcept;
 
     int Get() const noexcept { return folder.Get(); }
     Hive GetHive() const noexcept { return hive; }
@@ -90,5 +100,9 @@ private:
 
 // Opens a folder inside the store, never through a link. -1 with errno.
 Descriptor OpenFolder(int parent, const char* path) noexcept;
+
+// Gives what was opened its mode, whatever the process's mask was when it was made: who made it may have been
+// killed before that. False with errno.
+bool EnsureMode(int descriptor, mode_t mode) noexcept;
 
 } // namespace Platform::Registry

@@ -10,7 +10,7 @@ namespace Platform::Registry {
 
 Code Listing::Measure(KeyFolder& key, std::uint32_t& count, std::uint32_t& longest)
 {
-    const Stamp stamp = key.ReadStamp();
+    const Stamp stamp = StampOf(key);
     if (!stamp.IsSettled() && !key.IsAlive())
         return key.MissingCode();
     if (!IsFresh(stamp))
@@ -21,11 +21,9 @@ Code Listing::Measure(KeyFolder& key, std::uint32_t& count, std::uint32_t& longe
     return ERROR_SUCCESS;
 }
 
-// A stamp that is not there tells as much as a settled one: nothing was ever made here.
 bool Listing::IsFresh(const Stamp& stamp) const noexcept
 {
-    const bool quiet = stamp.sequence % 2 == 0 && madeAt.sequence % 2 == 0;
-    return made && quiet && stamp.present == madeAt.present && stamp.names == madeAt.names;
+    return made && madeAt.HasSettledNames() && stamp.present == madeAt.present && stamp.names == madeAt.names;
 }
 
 Code Listing::Make(KeyFolder& key)
@@ -34,7 +32,7 @@ Code Listing::Make(KeyFolder& key)
     names.clear();
     entries.clear();
     longestName = 0;
-    madeAt = key.ReadStamp();
+    madeAt = StampOf(key);
     Descriptor folder = kind == Kind::Subkeys ? key.OpenSubkeys() : OpenFolder(key.Get(), ".");
     if (!folder && errno == ENOENT && key.IsAlive()) { // there never was a subkey
         made = true;
@@ -52,7 +50,7 @@ Code Listing::Make(KeyFolder& key)
     if (errno != 0)
         return CodeOfErrno();
     std::sort(entries.begin(), entries.end(), [this](std::size_t left, std::size_t right) {
-        return std::strcmp(names.c_str() + left, names.c_str() + right) < 0;
+        return std::strcmp(names.c_str() + left, names.c_str() + right) > 0;
     });
     made = true;
     return ERROR_SUCCESS;

@@ -29,9 +29,12 @@ public:
     Code Measure(KeyFolder& key, std::uint32_t& count, std::uint32_t& longest);
 
 private:
+    Stamp StampOf(KeyFolder& key) const noexcept
+    {
+        return kind == Kind::Subkeys ? key.PeekStamp() : key.ReadStamp();
+    }
     bool IsFresh(const Stamp& stamp) const noexcept;
-    // All three may throw bad_alloc.
-    Code MakeIfStale(KeyFolder& key);
+    // Both may throw bad_alloc.
     Code Make(KeyFolder& key);
     void Add(std::string_view fileName);
 
@@ -40,14 +43,16 @@ private:
     Stamp madeAt; // the stamp before the list was read
     std::uint32_t lastIndex = 0;
     std::string names; // each with a terminator
-    std::vector<std::size_t> entries; // where each begins in `names`, in the order of the names
+    // Where each begins in `names`; the last one is that of index 0, for that is the one that goes most
+    // often.
+    std::vector<std::size_t> entries;
     std::size_t longestName = 0; // chars
 };
 
 template <class Visit>
 Code Listing::At(KeyFolder& key, std::uint32_t index, Visit visit)
 {
-    const Stamp stamp = key.ReadStamp();
+    const Stamp stamp = StampOf(key);
     if (!stamp.IsSettled() && !key.IsAlive())
         return key.MissingCode();
     bool stale = !made || (index == 0 && !IsFresh(stamp));
@@ -59,9 +64,10 @@ Code Listing::At(KeyFolder& key, std::uint32_t index, Visit visit)
     lastIndex = index;
     for (bool someWent = false;;) {
         if (index < entries.size()) {
-            const Code code = visit(names.c_str() + entries[index]);
+            const auto entry = entries.end() - 1 - index;
+            const Code code = visit(names.c_str() + *entry);
             if (code == ERROR_FILE_NOT_FOUND) {
-                entries.erase(entries.begin() + index);
+                entries.erase(entry);
                 someWent = true;
                 continue;
             }

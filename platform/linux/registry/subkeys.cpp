@@ -45,14 +45,17 @@ Code ForEachEntry(int folder, Visit visit) noexcept
     return errno == 0 ? ERROR_SUCCESS : CodeOfErrno();
 }
 
+bool IsNoFolder(int number)
+{
+    return number == ENOTDIR || number == ELOOP;
+}
+
 // Removes what is no living key: the folder with all files in it, or whatever lies there instead.
 Code Discard(int parent, const char* name) noexcept
 {
     const Descriptor folder = OpenFolder(parent, name);
-    if (!folder) {
-        const bool isFolder = errno != ENOTDIR && errno != ELOOP;
-        return !isFolder && Seam::UnlinkAt(parent, name, 0) == 0 ? ERROR_SUCCESS : CodeOfErrno();
-    }
+    if (!folder)
+        return IsNoFolder(errno) && Seam::UnlinkAt(parent, name, 0) == 0 ? ERROR_SUCCESS : CodeOfErrno();
     bool removed = true;
     while (Seam::UnlinkAt(parent, name, AT_REMOVEDIR) != 0) {
         // Entries may be missed where others go meanwhile, so once is not always enough.
@@ -89,14 +92,11 @@ Code MakeFolderFor(int subkeys, std::u16string_view name, Hive hive, Descriptor&
 // Opens the folder of the subkeys, which is made for the first one.
 Code OpenOrMakeSubkeys(const KeyFolder& parent, Descriptor& subkeys) noexcept
 {
-    subkeys = parent.OpenSubkeys();
-    if (subkeys || errno != ENOENT)
-        return subkeys ? ERROR_SUCCESS : CodeOfErrno();
     const mode_t mode = FolderMode(parent.GetHive());
-    if (Seam::MakeFolderAt(parent.Get(), "keys", mode) != 0)
-        return CodeOfErrno();
     subkeys = parent.OpenSubkeys();
-    return subkeys && Seam::SetMode(subkeys.Get(), mode) == 0 ? ERROR_SUCCESS : CodeOfErrno();
+    if (!subkeys && errno == ENOENT && Seam::MakeFolderAt(parent.Get(), "keys", mode) == 0)
+        subkeys = parent.OpenSubkeys();
+    return subkeys && EnsureMode(subkeys.Get(), mode) ? ERROR_SUCCESS : CodeOfErrno();
 }
 
 // Gives the new folder its place.
@@ -118,11 +118,14 @@ Code DiscardDead(const KeyFolder& key) noexcept
     if (!subkeys)
         return CodeOfErrno();
     return ForEachEntry(subkeys.Get(), [&](const char* name) {
-        const bool isNew = std::strcmp(name, newFolder) == 0;
-        const KeyFolder subkey(isNew ? Descriptor() : OpenFolder(subkeys.Get(), name), key.GetHive(), 0);
-        if (!isNew && subkey.Get() >= 0 && subkey.IsAlive())
+        if (std::strcmp(name, newFolder) == 0)
+            return Discard(subkeys.Get(), name);
+        const KeyFolder subkey(OpenFolder(subkeys.Get(), name), key.GetHive(), 0);
+        const bool isFolder = subkey.Get() >= 0;
+        if (isFolder && subkey.IsAlive())
             return ERROR_ACCESS_DENIED;
-        return Discard(subkeys.Get(), name);
+        const bool isRubbish = isFolder ? errno == ENOENT : IsNoFolder(errno);
+        return isRubbish ? Discard(subkeys.Get(), name) : CodeOfErrno(); // else it may well be alive
     });
 }
 
