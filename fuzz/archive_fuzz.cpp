@@ -104,7 +104,7 @@ void ReadBag(const Binary& bytes)
     Require(bag.IsSubsetOf(again, true) && again.IsSubsetOf(bag, true), "the bag does not travel");
 }
 
-// Plain items in an order that the bytes themselves choose; the reader's place is checked against the rule.
+// Plain items in an order that the bytes themselves choose.
 void ReadSequence(const Binary& bytes)
 {
     try {
@@ -115,24 +115,13 @@ void ReadSequence(const Binary& bytes)
             std::uint64_t large = 0;
             WideString text;
             Binary binary;
-            switch (bytes.GetData()[i] % 5) {
-            case 0:
-                archive >> byte;
-                break;
-            case 1:
-                archive >> number;
-                break;
-            case 2:
-                archive >> large;
-                break;
-            case 3:
-                archive >> text;
-                Require(Platform::wcslen(text.c_str()) == text.GetLength(), "a text without an end");
-                break;
-            default:
-                archive >> binary;
-                break;
-            }
+            const unsigned choice = bytes.GetData()[i] % 5;
+            choice == 0       ? archive >> byte
+                : choice == 1 ? archive >> number
+                : choice == 2 ? archive >> large
+                : choice == 3 ? archive >> text
+                              : archive >> binary;
+            Require(Platform::wcslen(text.c_str()) == text.GetLength(), "a text without an end");
         }
     } catch (const Error& error) {
         Require(error.HasCode(Error::badFormat), "refused with another code");
@@ -149,20 +138,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     // A narrow text doubles when it is widened, a growing archive takes half as much again, and the
     // converters of the C library have tables.
     mostBytes = (1U << 20) + 8 * size;
-    switch (bytes[0] % 4) {
-    case 0:
-        ReadItems<Error>(guarded.binary);
-        break;
-    case 1:
-        ReadItems<Value>(guarded.binary);
-        break;
-    case 2:
-        ReadBag(guarded.binary);
-        break;
-    default:
-        ReadSequence(guarded.binary);
-        break;
-    }
+    constexpr void (*readers[])(const Binary&) = {ReadItems<Error>, ReadItems<Value>, ReadBag, ReadSequence};
+    readers[bytes[0] % 4](guarded.binary);
     mostBytes = SIZE_MAX;
     return 0;
 }

@@ -138,6 +138,9 @@ TEST(Properties, IsSubsetOfComparesTypesAndValues)
 TEST(Properties, WithoutMemoryLeakNothingAndStayUsable)
 {
     const Binary& stored = SampleExport();
+    WriteArchive archive;
+    archive << Error("%s", "tag", WideString(u"an error that travels, too"));
+    const Binary storedError = archive.GetBinary();
     for (unsigned n = 1, count = n; n <= count; ++n) {
         MemoryProperties bag;
         const long before = AllocationPlan::Living();
@@ -149,6 +152,10 @@ TEST(Properties, WithoutMemoryLeakNothingAndStayUsable)
             bag.Delete(u"Age");
             MemoryProperties(bag).Merge(shared, {}, true);
             static_cast<void>(bag.Export());
+            Error error;
+            ReadFrom(storedError, error);
+            WriteArchive again;
+            again << error;
         } catch (const std::bad_alloc&) {
         } catch (const Error& error) {
             EXPECT_EQ(error.GetLayerCode(0), Error::badFormat) << "allocation " << n;

@@ -16,11 +16,11 @@ class TemporaryRegistry : public TemporaryFolder {
 public:
     TemporaryRegistry() { ::setenv("TESSEL_REGISTRY", Path().c_str(), 1); }
 
-    mode_t Mode(const std::string& name) const
+    struct stat Status(const std::string& name) const
     {
         struct stat status { };
         EXPECT_EQ(::lstat(Path(name).c_str(), &status), 0) << name;
-        return status.st_mode;
+        return status;
     }
 };
 

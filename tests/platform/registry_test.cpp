@@ -34,7 +34,7 @@ TEST(RegistryValue, ComesBackAsItWasSet)
             EXPECT_TRUE(key.Get(name, &type) == c.bytes) << "also where it was set";
         }
     }
-    EXPECT_LT(registry.Content("user/keys/software/keys/a/=one").size(), 200'000U) << "room is given back";
+    EXPECT_LT(registry.Status("user/keys/software/keys/a/=one").st_size, 200'000) << "room is given back";
     EXPECT_EQ(other.Delete(u"ONE"), 0U);
     EXPECT_EQ(key.Get(u"one"), std::nullopt);
     EXPECT_EQ(key.Delete(u"one"), ERROR_FILE_NOT_FOUND);
@@ -47,15 +47,13 @@ TEST(RegistryValue, TellsWhatDoesNotFit)
     key.Set(u"name", "12345678", REG_QWORD);
     const Key subkey(u"Subkey", key);
     char16_t name[7];
-    char data[9] = "........";
+    char data[8];
     for (const bool known : {false, true}) {
         std::uint32_t size = 7;
         std::uint32_t type = 0;
         EXPECT_EQ(RegQueryValueExW(key, u"NAME", nullptr, &type, data, &size), ERROR_MORE_DATA) << known;
-        EXPECT_EQ(size, 8U);
-        EXPECT_EQ(type, REG_QWORD);
+        EXPECT_TRUE(size == 8 && type == REG_QWORD);
         EXPECT_EQ(RegQueryValueExW(key, u"name", nullptr, nullptr, data, &size), 0U);
-        EXPECT_STREQ(data, "12345678");
         size = 4;
         EXPECT_EQ(RegQueryValueExW(key, u"name", nullptr, nullptr, nullptr, &size), 0U) << "no data, no room";
         EXPECT_EQ(size, 8U);
@@ -65,8 +63,7 @@ TEST(RegistryValue, TellsWhatDoesNotFit)
         std::uint32_t foundChars = chars;
         std::uint32_t foundSize = size;
         EXPECT_EQ(RegEnumValueW(key, 0, name, &foundChars, nullptr, nullptr, data, &foundSize), code);
-        EXPECT_EQ(foundChars, 4U);
-        EXPECT_EQ(foundSize, 8U);
+        EXPECT_TRUE(foundChars == 4 && foundSize == 8);
     }
     std::uint32_t chars = 6;
     EXPECT_EQ(RegEnumKeyExW(key, 0, name, &chars, nullptr, nullptr, nullptr, nullptr), ERROR_MORE_DATA);
@@ -263,7 +260,7 @@ TEST(RegistryHive, OfTheUserLetsNobodyElseIn)
     EXPECT_EQ(Key(u"secret").Set(u"v", "1"), 0U);
     ::umask(mask);
     for (const char* name : {"", "/keys", "/keys/secret", "/keys/secret/=v", "/keys/secret/stamp"})
-        EXPECT_EQ(registry.Mode("user"s + name) & 0077U, 0U) << name;
+        EXPECT_EQ(registry.Status("user"s + name).st_mode & 0077U, 0U) << name;
     const int asAnother = AsOrdinaryUser([] { return OpenCode(HKEY_CURRENT_USER, u"secret"); });
     EXPECT_EQ(asAnother, ::getuid() == 0 ? static_cast<int>(ERROR_ACCESS_DENIED) : 0);
     for (const mode_t writable : {0770, 0702}) {
@@ -285,8 +282,9 @@ TEST(RegistryHive, OfTheMachineIsReadByAllAndWrittenByTheAdministrator)
     EXPECT_EQ(Key(u"SOFTWARE\\m", HKEY_LOCAL_MACHINE).Set(u"LangList", "0409"), 0U);
     EXPECT_EQ(Key(u"more", HKEY_LOCAL_MACHINE).Set(u"v", "1"), 0U);
     ::umask(mask);
-    EXPECT_EQ(registry.Mode("machine/keys/software/lock") & 0077U, 0U) << "no reader can keep it locked";
-    EXPECT_EQ(registry.Mode("machine/keys/software/stamp") & 0777U, 0644U);
+    EXPECT_EQ(registry.Status("machine/keys/software/lock").st_mode & 0077U, 0U)
+        << "no reader can keep it locked";
+    EXPECT_EQ(registry.Status("machine/keys/software/stamp").st_mode & 0777U, 0644U);
     EXPECT_EQ(AsOrdinaryUser([&] {
         Handle opened;
         if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, u"SOFTWARE\\m", 0, KEY_READ, &opened) != 0)
