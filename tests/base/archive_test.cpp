@@ -91,17 +91,16 @@ TEST(ReadArchive, BelievesNothingThatIsNotThere)
 {
     for (const char* const bytes :
         {"10 13 48 5B FFFFFFFF AA", "10 13 48 5B FCFFFFFF AA", "10 13 48 5B 02000000 AA",
-            "10 13 48 5B 000000", "10 13 48 5B F0FFFFFF B0040000", "10 13 48 5B 00010000 B0040000 0000",
-            // errors: another version, and more layers than there are
-            "10 13 48 5B 01 000000 03000000 00000000 00000000 FFFFFFFF 00000000",
-            "10 13 48 5B 01 000000 02000000 00000000 00000000 FFFFFFFF FFFFFFFF"}) {
+            "10 13 48 5B 000000", "10 13 48 5B F0FFFFFF B0040000", "10 13 48 5B 00010000 B0040000 0000"}) {
         Binary binary;
         WideString text;
-        Error error;
-        EXPECT_TRUE(bytes[12] == '0' || CodeOf(Bytes(bytes), binary) == Error::badFormat) << bytes;
+        EXPECT_EQ(CodeOf(Bytes(bytes), binary), Error::badFormat) << bytes;
         EXPECT_EQ(CodeOf(Bytes(bytes), text), Error::badFormat) << bytes;
-        EXPECT_EQ(CodeOf(Bytes(bytes), error), Error::badFormat) << bytes;
     }
+    Error error;
+    for (const char* const bytes : {"10 13 48 5B 01 000000 03000000 00000000 00000000 FFFFFFFF 00000000",
+             "10 13 48 5B 01 000000 02000000 00000000 00000000 FFFFFFFF FFFFFFFF"})
+        EXPECT_EQ(CodeOf(Bytes(bytes), error), Error::badFormat) << "another version, or false count";
     ReadArchive archive(Bytes("10 13 48 5B 01 02 03"));
     std::uint32_t number = 9;
     std::uint8_t byte = 0;

@@ -20,11 +20,9 @@ std::string TokenOf(const std::function<void()>& act)
     try {
         act();
     } catch (const Error& error) {
-        const Binary text = StringToUtf8(error.Format());
-        const std::string message(reinterpret_cast<const char*>(text.GetData()));
+        const std::string text(reinterpret_cast<const char*>(StringToUtf8(error.Format()).GetData()));
         const std::string front = "An internal error occured (tessel: ";
-        EXPECT_EQ(message.substr(0, front.size()), front);
-        return message.substr(front.size(), message.size() - front.size() - 2);
+        return text.starts_with(front) ? text.substr(front.size(), text.size() - front.size() - 2) : text;
     }
     return "nothing thrown";
 }
@@ -99,22 +97,20 @@ TEST_F(PersistentPropertiesTest, TellWhatIsMissingAndWhatHasAnotherType)
     const struct {
         std::function<void(const char16_t*)> act;
         const char16_t* name;
-        std::string token;
-    } cases[] = {{number, u"x", "reg-query-val" + at + "\\x') err=2"},
-        {text, u"x", "reg-query-val" + at + "\\x') err=2"},
-        {binary, u"x", "reg-query-val" + at + "\\x') err=2"},
-        {text, u"short", "reg-val-badtype" + at + "\\short') REG_SZ expected"},
-        {text, u"large", "reg-val-badtype" + at + "\\large') REG_SZ expected"},
-        {binary, u"s", "reg-val-badtype" + at + "\\s') REG_BINARY expected"},
-        {number, u"s", "reg-val-badtype" + at + "\\s') REG_DWORD expected"},
-        {number, u"long", "reg-val-badtype" + at + "\\long') REG_DWORD expected"},
-        {number, u"short", "reg-val-badtype" + at + "\\short') REG_DWORD expected"},
-        {[&](auto name) { static_cast<void>(bag.GetHandle(name)); }, u"h", "pprop-gethandle-notsupp"},
-        {[&](auto name) { bag.SetHandle(name, Handle{1}); }, u"h", "pprop-sethandle-notimpl"},
-        {[&](auto name) { bag.SetNumber(WideString(name).Append(u'n', 16383), 1); }, u"n",
-            "reg-set-value" + at + "\\" + std::string(16384, 'n') + "') err=87"}};
+        std::string front, back;
+    } cases[] = {{number, u"x", "reg-query-val", "x') err=2"}, {text, u"x", "reg-query-val", "x') err=2"},
+        {binary, u"x", "reg-query-val", "x') err=2"},
+        {text, u"large", "reg-val-badtype", "large') REG_SZ expected"},
+        {binary, u"s", "reg-val-badtype", "s') REG_BINARY expected"},
+        {number, u"s", "reg-val-badtype", "s') REG_DWORD expected"},
+        {number, u"long", "reg-val-badtype", "long') REG_DWORD expected"},
+        {number, u"short", "reg-val-badtype", "short') REG_DWORD expected"},
+        {[&](auto) { bag.SetNumber(WideString().Append(u'n', 16384), 1); }, u"", "reg-set-value",
+            std::string(16384, 'n') + "') err=87"}};
     for (const auto& c : cases)
-        EXPECT_EQ(TokenOf([&] { c.act(c.name); }), c.token);
+        EXPECT_EQ(TokenOf([&] { c.act(c.name); }), c.front + at + "\\" + c.back);
+    EXPECT_EQ(TokenOf([&] { static_cast<void>(bag.GetHandle(u"h")); }), "pprop-gethandle-notsupp");
+    EXPECT_EQ(TokenOf([&] { bag.SetHandle(u"h", Handle{1}); }), "pprop-sethandle-notimpl");
     EXPECT_EQ(bag.GetHandle(u"s", Handle{3}), Handle{3});
     EXPECT_EQ(bag.GetString(u"short", u"d"), u"d");
     EXPECT_EQ(bag.GetBinary(u"s", Bytes("AA")), Bytes("AA"));

@@ -104,12 +104,18 @@ inline std::uint32_t OpenCode(
 {
     Platform::Handle opened;
     const std::uint32_t code = Platform::RegOpenKeyExW(root, path.c_str(), 0, access, &opened);
-    if (code == 0)
-        Platform::RegCloseKey(opened);
+    const Key closed(opened);
     return code;
 }
+// NULL_HANDLE where it cannot be opened.
+inline Platform::Handle Opened(Platform::Handle root, const std::u16string& path, std::uint32_t access)
+{
+    Platform::Handle opened;
+    Platform::RegOpenKeyExW(root, path.c_str(), 0, access, &opened);
+    return opened;
+}
 
-inline std::u16string Numbered(const char16_t* text, unsigned number)
+inline std::u16string Numbered(const char16_t* text, std::size_t number)
 {
     std::u16string name(text);
     for (const char digit : std::to_string(number))

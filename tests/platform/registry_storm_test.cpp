@@ -70,10 +70,8 @@ std::string StateAfter(unsigned step)
 std::string StateOf(const Key& root, unsigned worker)
 {
     const std::string value = root.Get(Numbered(u"Value", worker)).value_or("");
-    Handle opened;
-    if (RegOpenKeyExW(root, Numbered(u"Key", worker).c_str(), 0, KEY_READ, &opened) != 0)
-        return value + "|";
-    return value + "|key" + Key(opened).Get(u"").value_or("");
+    const Key key(Opened(root, Numbered(u"Key", worker), KEY_READ));
+    return value + (key == NULL_HANDLE ? "|" : "|key" + key.Get(u"").value_or(""));
 }
 
 TEST(RegistryStorm, KillLeavesTheOldOrTheNewState)
