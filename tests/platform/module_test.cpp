@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <dlfcn.h>
+#include <filesystem>
 #include <fstream>
 #include <thread>
 #include <vector>
@@ -107,6 +108,10 @@ TEST(Modules, TellWhyTheyDoNotLoad)
         .put('\x28'); // another processor
     Copy(folder, "answering.dll", "cut.dll");
     ASSERT_EQ(::truncate(folder.Path("cut.dll").c_str(), 4000), 0);
+    Copy(folder, "answering.dll", "zeroed.dll");
+    const auto whole = std::filesystem::file_size(folder.Path("zeroed.dll"));
+    std::filesystem::resize_file(folder.Path("zeroed.dll"), 4096);
+    std::filesystem::resize_file(folder.Path("zeroed.dll"), whole); // the rest never came
     folder.MakeFile("empty.dll");
     folder.MakeFile("text.dll", std::string(100, 'x'));
     folder.MakeFolder("folder.dll");
@@ -121,7 +126,8 @@ TEST(Modules, TellWhyTheyDoNotLoad)
         {"dangling.dll", ERROR_MOD_NOT_FOUND, "cannot open"},
         {"unbound.dll", ERROR_PROC_NOT_FOUND, "nobodyHasThis"},
         {"machine.dll", ERROR_BAD_EXE_FORMAT, "another machine"},
-        {"cut.dll", ERROR_BAD_EXE_FORMAT, "cut off"}, {"empty.dll", ERROR_BAD_EXE_FORMAT, "not an ELF file"},
+        {"cut.dll", ERROR_BAD_EXE_FORMAT, "cut off"}, {"zeroed.dll", ERROR_BAD_EXE_FORMAT, "cut off"},
+        {"empty.dll", ERROR_BAD_EXE_FORMAT, "not an ELF file"},
         {"text.dll", ERROR_BAD_EXE_FORMAT, "not an ELF file"}, {"folder.dll", ERROR_BAD_EXE_FORMAT, ""},
         {"pipe.dll", ERROR_BAD_EXE_FORMAT, ""}};
     const std::size_t before = OpenDescriptors();

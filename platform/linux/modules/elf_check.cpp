@@ -57,6 +57,18 @@ bool HoldsAllSegments(Handle file, const ElfW(Ehdr) & header) noexcept
     return true;
 }
 
+// The section headers are the last thing that linkers write. A file whose room was taken before its bytes
+// came, and that then was left, ends in zeros there; the loader would take the zeros for a module.
+bool EndsInSections(Handle file, const ElfW(Ehdr) & header) noexcept
+{
+    if (header.e_shoff == 0 || header.e_shnum == 0)
+        return true;
+    ElfW(Shdr) last;
+    return header.e_shentsize == sizeof last
+        && ReadAt(file, header.e_shoff + (header.e_shnum - 1) * sizeof last, &last, sizeof last)
+        && last.sh_type != SHT_NULL;
+}
+
 } // namespace
 
 const char* WhatIsNoModule(Handle file) noexcept
@@ -70,7 +82,8 @@ const char* WhatIsNoModule(Handle file) noexcept
         return "an ELF file of another machine";
     if (header.e_type != ET_DYN)
         return "an ELF file that is no shared object";
-    return HoldsAllSegments(file, header) ? nullptr : "an ELF file that was cut off";
+    return HoldsAllSegments(file, header) && EndsInSections(file, header) ? nullptr
+                                                                          : "an ELF file that was cut off";
 }
 
 } // namespace Platform
