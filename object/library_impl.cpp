@@ -63,13 +63,16 @@ FacePtr<Dll> LibraryImpl::Load(bool must)
         if (dll)
             return dll;
     }
-    const Platform::LoaderLock order;
-    const SectionLock lock(section);
-    if (!dll)
-        dll = LoadNow(must);
-    if (must && !dll)
-        throw Error("objlib-noload(%s)", "object", path);
-    return dll;
+    {
+        const Platform::LoaderLock order;
+        const SectionLock lock(section);
+        if (!dll)
+            dll = LoadNow(must);
+        if (dll || !must)
+            return dll;
+    }
+    // With no lock held: the text of an Error asks for the language, and that may make objects.
+    throw Error("objlib-noload(%s)", "object", path);
 }
 
 // Without `must` the lists are read anew, and a module that offers nothing is let go again.

@@ -182,7 +182,8 @@ private:
 };
 
 // An object of a class made from impl.h, in the pointer that takes its first reference. Its constructor may
-// hand out counted or weak references to it, but no bare pointer to a thread that adds a reference later.
+// hand out counted or weak references to it, where none is taken and dropped again before this returns: that
+// one would be the last. It hands out no bare pointer to a thread that adds a reference later.
 template <class Made, class... Arguments>
 FacePtr<Made> MakeFace(Arguments&&... arguments)
 {

@@ -38,7 +38,8 @@ constexpr const char16_t* libraryCreatorClass = u"CID_Object::Library_Creator";
 TESSEL_API FacePtr<Library> FindLibrary(const Clsid& clsid);
 
 // Why the calling thread's last attempt to load a module failed, in the words of the system's loader; empty
-// if it did not. For tools and logs: it is not translated.
+// if it did not, or if loads of many other threads have failed since. For tools and logs: it is not
+// translated.
 TESSEL_API WideString GetLoadFailure();
 
 } // namespace Object
