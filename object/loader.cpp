@@ -2,7 +2,6 @@
 
 #include "object/cache_file.h"
 #include "object/registration_cache.h"
-#include "platform/errors.h"
 #include "platform/files.h"
 #include "platform/modules.h"
 #include "platform/text.h"
@@ -43,12 +42,6 @@ bool EndsInDll(std::u16string_view name)
 bool IsPlainName(const WideString& name)
 {
     return std::u16string_view(name.c_str()).find_first_of(u"\\/*?") == std::u16string_view::npos;
-}
-
-// Whether a load failed for what this process lacks, and not for what the file is.
-bool IsShortage(std::uint32_t error) noexcept
-{
-    return error == Platform::ERROR_NOT_ENOUGH_MEMORY || error == Platform::ERROR_TOO_MANY_OPEN_FILES;
 }
 
 } // namespace
@@ -122,13 +115,8 @@ bool Loader::AddNewFiles(const WideString& folder)
         const WideString name(file.cFileName);
         if (!EndsInDll(name.c_str()) || libraries.contains(name))
             continue;
+        libraries[name] = creator->Create(folder + name);
         found = true;
-        Platform::SetLastError(Platform::ERROR_SUCCESS);
-        const WideString path = folder + name;
-        FacePtr<Library> library = creator->Create(path);
-        if (path.IsEmpty() || (!library && IsShortage(Platform::GetLastError())))
-            continue; // the next process tries it again
-        libraries[name] = std::move(library);
     } while (Platform::FindNextFileW(search, &file));
     return found;
 }

@@ -13,10 +13,10 @@ struct CacheRecord;
 // Does all its work in the constructor; afterwards it keeps the libraries alive, which the manager does not.
 //
 // Files that the cache knows are believed as long as their last write time is the same; only new and changed
-// ones are loaded. A file with the right ending that is no module is remembered as such and not tried again
-// until it changes, but where only this process lacked memory or descriptors for it. The cache is written
-// anew as a whole where a file had no valid record; failing to write it costs the next process the same work
-// and nothing else.
+// ones are loaded. A file with the right ending that is no module, or could not be loaded for whatever
+// reason, is remembered as such and not tried again until it changes or the cache is removed. The cache is
+// written anew as a whole where a file had no valid record; failing to write it costs the next process the
+// same work and nothing else.
 class Loader : public Face<> {
 public:
     // Scans the library's own folder. Throws what AddFactory, or creating the classes it needs, throws.
