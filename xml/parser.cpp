@@ -380,7 +380,7 @@ void Fill(StringReadingStream& stream, Builder builder)
 
 FacePtr<Document> Parse(StringReadingStream& stream)
 {
-    const FacePtr<Document> document(Clsid{documentClass});
+    FacePtr<Document> document(Clsid{documentClass});
     const FacePtr<ParentNode> top = document.Cast<ParentNode>("xml");
     const StoredNode stored = FindStored(top.Get());
     if (stored.store != nullptr && stored.store->document.first == nullptr)
