@@ -3,6 +3,8 @@
 #include <tessel/tessel.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <iostream>
 #include <set>
@@ -31,6 +33,23 @@ std::string FileName(const WideString& path)
     return text.substr(text.rfind('\\') + 1);
 }
 
+// What a static constructor throws cannot pass the system's loader, and ends every process that loads the
+// file.
+[[noreturn]] void TellOfThrow()
+{
+    std::cout << "throws while it is loaded";
+    try {
+        std::rethrow_exception(std::current_exception());
+    } catch (const Error& error) {
+        std::cout << ": " << Narrow(error.Format());
+    } catch (const std::exception& failure) {
+        std::cout << ": " << failure.what();
+    } catch (...) { // there is no more to tell
+    }
+    std::cout << std::endl;
+    std::_Exit(1);
+}
+
 void PrintClass(const Object::ClassInfo& described)
 {
     const FacePtr<Object::Library> library = Object::FindLibrary(described.clsid);
@@ -56,15 +75,16 @@ bool PrintWhy(const std::string& file)
 {
     TesselInitialize();
     const FacePtr<Object::Library::Creator> creator(Object::libraryCreatorClass);
+    std::cout << file << ": ";
+    std::set_terminate(TellOfThrow);
     if (const FacePtr<Object::Library> library = creator->Create(PathText(file))) {
         Object::ClassInfoList classes;
         library->ListClasses(classes);
-        std::cout << file << ": is a module with " << classes.size() << " classes\n";
+        std::cout << "is a module with " << classes.size() << " classes\n";
         return true;
     }
     const std::string failure = Narrow(Object::GetLoadFailure());
-    std::cout << file << ": "
-              << (failure.empty() ? "loads, but exports no factory of a module: see tessel check" : failure)
+    std::cout << (failure.empty() ? "loads, but exports no factory of a module: see tessel check" : failure)
               << '\n';
     return false;
 }

@@ -84,7 +84,10 @@ ExitCode Run(const std::vector<std::string>& words)
 int main(int argc, char** argv)
 {
     try {
-        return Run({argv + 1, argv + argc});
+        const ExitCode result = Run({argv + 1, argv + argc});
+        if (!std::cout.flush())
+            throw std::runtime_error("the output cannot be written");
+        return result;
     } catch (const Error& error) {
         const Binary text = StringToUtf8(error.Format()); // terminated
         std::cerr << "tessel: " << reinterpret_cast<const char*>(text.GetData()) << '\n';
