@@ -1,4 +1,8 @@
 // The factories of the library, in the order of their registration.
+#include "mt/current_thread_factory.h"
+#include "mt/event_factory.h"
+#include "mt/multi_blocker_factory.h"
+#include "mt/timer_factory.h"
 #include "object/library_factory.h"
 #include "xml/document_factory.h"
 #include "xml/reader_writer.h"
@@ -8,6 +12,10 @@ namespace {
 
 const Object::FactoryRegistration registrations[] = {
     Object::FactoryRegistration::Of<Object::LibraryFactory>("object"),
+    Object::FactoryRegistration::Of<Mt::TimerFactory>("mt"),
+    Object::FactoryRegistration::Of<Mt::CurrentThreadFactory>("mt"),
+    Object::FactoryRegistration::Of<Mt::MultiBlockerFactory>("mt"),
+    Object::FactoryRegistration::Of<Mt::EventFactory>("mt"),
     Object::FactoryRegistration::Of<Xml::ReaderWriterFactory>("xml"),
     Object::FactoryRegistration::Of<Xml::DocumentFactory>("xml"),
 };

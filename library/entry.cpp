@@ -1,6 +1,7 @@
 // What happens when the library comes into a process and when the process ends.
 #include "object/hooks.h"
 #include "platform/modules.h"
+#include "platform/threads.h"
 
 #include <cstdlib>
 
@@ -19,6 +20,7 @@ void RunThreadHook(bool processDetach)
     // A host that opened the library for itself alone would have its modules bind type information to their
     // own copies, and an Error that outlives such a module would dangle.
     Platform::MakeOwnModuleGlobal();
+    Platform::SetThreadEndHook([] { RunThreadHook(false); });
     std::atexit([] { RunThreadHook(false); });
 }
 

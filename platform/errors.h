@@ -56,6 +56,7 @@ constexpr std::uint32_t ERROR_DLL_INIT_FAILED = 1114;
 constexpr std::uint32_t ERROR_IO_DEVICE = 1117;
 constexpr std::uint32_t ERROR_TOO_MANY_LINKS = 1142;
 constexpr std::uint32_t ERROR_NOT_FOUND = 1168;
+constexpr std::uint32_t ERROR_INVALID_THREAD_ID = 1444;
 constexpr std::uint32_t ERROR_TIMEOUT = 1460;
 constexpr std::uint32_t ERROR_RESOURCE_DATA_NOT_FOUND = 1812;
 constexpr std::uint32_t ERROR_RESOURCE_TYPE_NOT_FOUND = 1813;

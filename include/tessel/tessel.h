@@ -16,6 +16,12 @@
 #include <tessel/base/value.h>
 #include <tessel/export.h>
 #include <tessel/module.h>
+#include <tessel/mt/blocker.h>
+#include <tessel/mt/current_thread.h>
+#include <tessel/mt/event.h>
+#include <tessel/mt/multi_blocker.h>
+#include <tessel/mt/thread.h>
+#include <tessel/mt/timer.h>
 #include <tessel/nls/language.h>
 #include <tessel/object/class_factory.h>
 #include <tessel/object/class_info.h>

@@ -38,6 +38,7 @@ constexpr Sentence sentences[] = {
     {ERROR_KEY_DELETED, "The registry key has been deleted"},
     {ERROR_DLL_INIT_FAILED, "The module failed to start"},
     {ERROR_NOT_FOUND, "The element was not found"},
+    {ERROR_INVALID_THREAD_ID, "There is no thread of this number with a message queue"},
     {ERROR_RESOURCE_DATA_NOT_FOUND, "The module has no resources"},
     {ERROR_RESOURCE_TYPE_NOT_FOUND, "The module has no resources of this type"},
     {ERROR_RESOURCE_NAME_NOT_FOUND, "The module has no resource of this name"},

@@ -4,6 +4,7 @@
 #include "platform/errors.h"
 #include "platform/linux/futex.h"
 #include "platform/linux/handles/handle_table.h"
+#include "platform/linux/messages/thread_queue.h"
 #include "platform/linux/pause.h"
 #include "platform/linux/suspension.h"
 #include "platform/linux/waits/mutex.h"
@@ -39,6 +40,12 @@ public:
             return false;
         held[count++] = static_cast<Waitable*>(found.Detach());
         return true;
+    }
+
+    void Add(Waitable& object) noexcept
+    {
+        object.AddReferences(1);
+        held[count++] = &object;
     }
 
     static bool IsWaitable(ObjectKind kind) noexcept
@@ -179,34 +186,55 @@ std::uint32_t ResultFor(std::uint32_t index, Waitable& object, Waiter& waiter) n
     return (static_cast<Mutex&>(object).CountOwnership(waiter) ? WAIT_ABANDONED_0 : WAIT_OBJECT_0) + index;
 }
 
-} // namespace
+std::uint32_t FailedWait(std::uint32_t code) noexcept
+{
+    SetLastError(code);
+    return WAIT_FAILED;
+}
 
-std::uint32_t WaitForMultipleObjects(
-    std::uint32_t count, const Handle* handles, std::uint32_t milliseconds) noexcept
+// The wait for handles and, behind them, for the messages of the thread, if it wants them.
+std::uint32_t WaitFor(
+    std::uint32_t count, const Handle* handles, ThreadQueue* queue, std::uint32_t milliseconds) noexcept
 {
     const Inside inside;
-    if (count == 0 || count > MAXIMUM_WAIT_OBJECTS) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return WAIT_FAILED;
-    }
+    if (count + (queue ? 1 : 0) > MAXIMUM_WAIT_OBJECTS)
+        return FailedWait(ERROR_INVALID_PARAMETER);
     Waiter* const waiter = CurrentWaiter();
     Objects objects;
-    if (!waiter || !objects.Add(handles[0]))
+    if (!waiter || (count > 0 && !objects.Add(handles[0])))
         return WAIT_FAILED;
     // The rest need not be counted if the first one is there; but they have to be good.
     for (std::uint32_t i = 1; i < count; ++i)
         if (!CheckHandle(handles[i], &Objects::IsWaitable, SYNCHRONIZE))
             return WAIT_FAILED;
-    if (objects.held[0]->TakeQuickly(*waiter))
+    if (count > 0 && objects.held[0]->TakeQuickly(*waiter))
         return ResultFor(0, *objects.held[0], *waiter);
-    if (count == 1 && milliseconds == 0 && !objects.held[0]->IsSignalled())
+    if (count == 1 && !queue && milliseconds == 0 && !objects.held[0]->IsSignalled())
         return WAIT_TIMEOUT;
     for (std::uint32_t i = 1; i < count; ++i)
         if (!objects.Add(handles[i]))
             return WAIT_FAILED;
+    if (queue)
+        objects.Add(*queue);
 
-    const std::uint32_t index = Wait(*waiter, objects.held, count).Run(milliseconds);
+    const std::uint32_t index = Wait(*waiter, objects.held, objects.count).Run(milliseconds);
     return index == nothing ? WAIT_TIMEOUT : ResultFor(index, *objects.held[index], *waiter);
+}
+
+} // namespace
+
+std::uint32_t WaitForMultipleObjects(
+    std::uint32_t count, const Handle* handles, std::uint32_t milliseconds) noexcept
+{
+    return count == 0 ? FailedWait(ERROR_INVALID_PARAMETER) : WaitFor(count, handles, nullptr, milliseconds);
+}
+
+std::uint32_t MsgWaitForMultipleObjectsEx(std::uint32_t count, const Handle* handles,
+    std::uint32_t milliseconds, std::uint32_t, std::uint32_t) noexcept
+{
+    const Inside inside;
+    ThreadQueue* const queue = ThreadQueue::Current();
+    return queue ? WaitFor(count, handles, queue, milliseconds) : WAIT_FAILED;
 }
 
 std::uint32_t WaitForSingleObject(Handle handle, std::uint32_t milliseconds) noexcept

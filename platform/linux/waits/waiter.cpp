@@ -1,6 +1,7 @@
 #include "platform/linux/waits/waiter.h"
 
 #include "platform/errors.h"
+#include "platform/linux/messages/thread_queue.h"
 #include "platform/linux/suspension.h"
 #include "platform/linux/waits/mutex.h"
 #include "platform/linux/waits/thread_object.h"
@@ -92,6 +93,8 @@ void EndThread(void* ending) noexcept
     const Inside inside;
     while (waiter.held)
         waiter.held->Abandon(waiter);
+    if (ThreadQueue* const queue = std::exchange(waiter.queue, nullptr))
+        queue->End();
     ThreadObject* const thread = std::exchange(waiter.thread, nullptr);
     waiter.spin = Waiter::fullSpin;
     current = nullptr; // a later destructor that waits begins anew, and ends once more

@@ -8,6 +8,7 @@ namespace Platform {
 
 class Mutex;
 class ThreadObject;
+class ThreadQueue;
 
 // Where a thread stands in its wait; `state` is also the word on which it sleeps.
 //
@@ -39,6 +40,7 @@ struct alignas(64) Waiter {
     std::uint32_t waits = 0; // without spinning, since the last one that did
     Mutex* held = nullptr; // the mutexes that it owns, each counted once
     ThreadObject* thread = nullptr; // counted, if anybody has asked for it
+    ThreadQueue* queue = nullptr; // counted, if it has asked for messages
 
     Waiter* nextFree = nullptr; // guarded by the pool
 };

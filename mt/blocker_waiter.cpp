@@ -1,0 +1,20 @@
+#include "mt/blocker_waiter.h"
+
+namespace Mt {
+
+// A member that comes back normally was met, even if a stop was on its way.
+void BlockerWaiter::Run()
+{
+    Error error;
+    bool failed = false;
+    try {
+        entry.blocker->Block();
+    } catch (const Error& thrown) {
+        error = thrown;
+        failed = true;
+    }
+    const Settlement settled = Settle(error);
+    multiBlocker.Notify(entry, {settled.stopped && failed, settled.interrupts, error});
+}
+
+} // namespace Mt

@@ -1,0 +1,18 @@
+// The handles of interfaces and those of the platform are the same number.
+#pragma once
+
+#include "platform/handles.h"
+#include <tessel/base/handle.h>
+
+namespace Mt {
+
+constexpr ::Handle ToPublic(Platform::Handle handle)
+{
+    return {static_cast<std::uint64_t>(handle)};
+}
+constexpr Platform::Handle ToPlatform(::Handle handle)
+{
+    return Platform::Handle{handle.value};
+}
+
+} // namespace Mt

@@ -1,0 +1,62 @@
+#include "mt/waiter.h"
+
+namespace Mt {
+
+void Waiter::RaiseStop()
+{
+    do {
+        thread->Interrupt();
+        ++stopInterrupts;
+    } while (!thread->IsInterrupted());
+}
+
+void Waiter::Initialize()
+{
+    const SectionLock section(lock);
+    thread = FacePtr<ThreadImpl>(&ThreadImpl::Current());
+    if (stopRequested)
+        RaiseStop();
+}
+
+FacePtr<ThreadImpl> Waiter::RequestStop()
+{
+    const SectionLock section(lock);
+    if (finished || (!allMode && thread.Get() == &ThreadImpl::Current()))
+        return {};
+    const bool isFirst = !stopRequested && thread;
+    if (isFirst)
+        RaiseStop();
+    stopRequested = true;
+    return isFirst && thread.Get() != owner.Get() ? thread : FacePtr<ThreadImpl>();
+}
+
+void Waiter::Finish()
+{
+    const SectionLock section(lock);
+    finished = true;
+}
+
+Waiter::Settlement Waiter::Settle(Error& error)
+{
+    ThreadImpl& self = ThreadImpl::Current();
+    const SectionLock section(lock);
+    Settlement settled{stopRequested, 0, 0};
+    while (self.IsInterrupted()) {
+        ++settled.interrupts;
+        self.ClearInterrupt();
+    }
+    if (!stopRequested)
+        return settled;
+    stopRequested = false;
+    settled.interrupts -= std::exchange(stopInterrupts, 0);
+    if (error.HasCode(Error::interrupted))
+        error.Clear();
+    if (thread.Get() == owner.Get()) {
+        stopRequested = true;
+        RaiseStop();
+        settled.raised = stopInterrupts;
+    }
+    return settled;
+}
+
+} // namespace Mt

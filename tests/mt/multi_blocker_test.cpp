@@ -1,0 +1,289 @@
+// Composite waits. Each test looks at what was met, at what is left of the interrupts, and that no thread is
+// left.
+#include "platform/messages.h"
+#include "platform/waits.h"
+#include "tests/mt/mt_objects.h"
+
+#include <new>
+
+using namespace Testing;
+
+namespace {
+
+class MultiBlocker : public testing::Test {
+protected:
+    using Members = std::vector<FacePtr<Mt::Blocker>>;
+
+    void SetUp() override { Mt::CurrentThread()->CheckInterrupted(); }
+    void TearDown() override
+    {
+        EXPECT_FALSE(Mt::CurrentThread()->GetThread()->IsInterrupted());
+        Await([this] { return CountThreads() <= before; }); // the last steps of a thread are the system's
+    }
+
+    static FacePtr<Mt::MultiBlocker> Make(const char16_t* clsid, const Members& members)
+    {
+        const FacePtr<Mt::MultiBlocker> made{Clsid(clsid)};
+        for (const FacePtr<Mt::Blocker>& member : members)
+            made->Add(member);
+        return made;
+    }
+    static FacePtr<Mt::MultiBlocker> Any(const Members& members)
+    {
+        return Make(Mt::multiBlockerClass, members);
+    }
+    static FacePtr<Mt::MultiBlocker> All(const Members& members)
+    {
+        return Make(Mt::multiBlockerAllClass, members);
+    }
+
+    const std::size_t before = CountThreads();
+};
+
+FacePtr<Mt::EventBasedBlocker> SetEvent(FacePtr<Mt::EventBasedBlocker> event)
+{
+    event->Set();
+    return event;
+}
+
+// Waits for messages of the thread that waits for it.
+class MessageBlocker : public Face<Mt::Blocker, Mt::Win32::BlockerInfo> {
+public:
+    void Block() override { throw Error("not merged", "test"); }
+    void GetWaitInfo(Handle&, std::uint32_t&, Mt::Win32::MessageSlot& slot) override
+    {
+        slot = {&message, &received};
+    }
+
+    Mt::Win32::SystemMessage message{};
+    bool received = false;
+};
+
+} // namespace
+
+TEST_F(MultiBlocker, WithoutMembersLooksAtNothing)
+{
+    InterruptSelf();
+    for (const auto& empty : {Any({}), All({}), Any({Any({}), Any({})}), All({All({})})}) {
+        EXPECT_EQ(Thrown([&] { empty->Block(); }), "");
+    }
+    EXPECT_EQ(DrainInterrupts(), 1);
+    EXPECT_EQ(Thrown([] { Any({nullptr}); }), "mt: mblck-null");
+}
+
+TEST_F(MultiBlocker, TakesFromTheFirstSignalledHandleAlone)
+{
+    const auto first = SetEvent(AutoEvent());
+    const auto second = SetEvent(AutoEvent());
+    const auto any = Any({ManualEvent(), Timer(0), second, first});
+    any->Block();
+    EXPECT_EQ(any->GetSignalled(), Members{second}); // handles go before a time that is up
+    any->Block();
+    EXPECT_EQ(any->GetSignalled(), Members{first});
+    any->Remove(first);
+    first->Set();
+    any->Block();
+    EXPECT_NE(any->GetSignalled(), Members{first}); // no member any more
+}
+
+TEST_F(MultiBlocker, MeetsAllTimersOfTheShortestSpan)
+{
+    const auto short1 = Timer(2);
+    const auto short2 = Timer(2);
+    const auto any = Any({Timer(3), short1, Timer(0xFFFFFFFF), short2, AutoEvent()});
+    any->Block();
+    EXPECT_EQ(any->GetSignalled(), (Members{short1, short2}));
+}
+
+TEST_F(MultiBlocker, MeetsTwoMembersOnOneHandle)
+{
+    const FacePtr<Mt::Win32::EventFactory> factory{Clsid(Mt::Win32::eventFactoryClass)};
+    const auto event = ManualEvent();
+    // Which does not own what it was given: closing it twice would hit nobody else.
+    const auto same = factory->CreateFromHandle(event->GetHandle());
+    event->Set();
+    const auto any = Any({event, same});
+    any->Block();
+    EXPECT_EQ(any->GetSignalled(), (Members{event, same}));
+}
+
+TEST_F(MultiBlocker, NeedsNoThreadForSixtyTwoHandles)
+{
+    std::vector<FacePtr<Mt::EventBasedBlocker>> events;
+    const auto any = Any({});
+    for (std::size_t count = 1; count <= 100; ++count) {
+        events.push_back(AutoEvent());
+        any->Add(events.back());
+        if (count != 62 && count != 63 && count != 100)
+            continue;
+        // Set when the wait stands, from a timer's thread that is not part of it.
+        std::size_t during = 0;
+        const FacePtr<Mt::Thread> setter = Start([&] {
+            const std::size_t expected = before + 1 + (count - 62);
+            Await([&] { return (during = CountThreads()) >= expected; });
+            events[count - 1]->Set();
+        });
+        any->Block();
+        setter->Join(true);
+        EXPECT_EQ(during, before + 1 + (count - 62)) << count;
+        EXPECT_EQ(any->GetSignalled(), Members{events.back()}) << count;
+    }
+}
+
+TEST_F(MultiBlocker, WaitsForAll)
+{
+    const auto first = SetEvent(AutoEvent());
+    const auto second = AutoEvent();
+    std::atomic<bool> isTaken{false};
+    const auto taking = Blocking([&] {
+        first->Block();
+        isTaken = true;
+    });
+    const auto all = All({taking, second, All({SetEvent(ManualEvent()), Timer(1)})});
+    const FacePtr<Mt::Thread> setter = Start([&] {
+        Await([&] { return isTaken.load(); }); // at once, whatever the others do
+        second->Set();
+    });
+    all->Block();
+    setter->Join(true);
+    EXPECT_EQ(all->GetSignalled().size(), 3U);
+    EXPECT_TRUE(first->IsReset());
+}
+
+TEST_F(MultiBlocker, NestsInEitherKind)
+{
+    const auto event = AutoEvent();
+    const auto inner = Any({ManualEvent(), event});
+    const auto outer = Any({Timer(10'000), inner});
+    event->Set();
+    outer->Block();
+    EXPECT_EQ(outer->GetSignalled(), Members{inner});
+    EXPECT_EQ(inner->GetSignalled(), Members{event});
+    const auto all = All({SetEvent(ManualEvent()), Timer(1)});
+    const auto mixed = Any({AutoEvent(), all});
+    mixed->Block();
+    EXPECT_EQ(mixed->GetSignalled(), Members{all});
+    EXPECT_EQ(all->GetSignalled().size(), 2U);
+}
+
+TEST_F(MultiBlocker, ThrowsTheInterruptAndKeepsIt)
+{
+    const FacePtr<Mt::Thread> self = Mt::CurrentThread()->GetThread();
+    const auto never = [] { Mt::Sleep(0xFFFFFFFF); };
+    for (const auto& composite : {Any({AutoEvent(), Timer(10'000)}), All({AutoEvent(), AutoEvent()}),
+             Any({Blocking(never), AutoEvent(), Blocking(never)}), Any({All({AutoEvent()})})}) {
+        EXPECT_EQ(Thrown([&] { InterruptSelf(2), composite->Block(); }), "interrupted");
+        EXPECT_EQ(DrainInterrupts(), 2);
+        const FacePtr<Mt::Thread> other = Start([&] {
+            Mt::Sleep(2);
+            self->Interrupt();
+        });
+        EXPECT_EQ(Thrown([&] { composite->Block(); }), "interrupted");
+        other->Join(true);
+        EXPECT_EQ(DrainInterrupts(), 1);
+    }
+}
+
+// An interrupt that reaches the thread of a member is the caller's.
+TEST_F(MultiBlocker, PassesOnTheInterruptsOfItsMembers)
+{
+    const auto interrupted = Blocking([] {
+        InterruptSelf(3);
+        Mt::Sleep(0xFFFFFFFF);
+    });
+    for (const auto& composite : {Any({AutoEvent(), interrupted}), All({AutoEvent(), interrupted}),
+             All({AutoEvent(), All({interrupted, AutoEvent()})})}) {
+        EXPECT_EQ(Thrown([&] { composite->Block(); }), "interrupted");
+        EXPECT_EQ(DrainInterrupts(), 3);
+    }
+    // Of which one is not met by the interrupt that it clears itself.
+    const auto cleared = Blocking([] { InterruptSelf(), Mt::CurrentThread()->ClearInterrupt(); });
+    Any({AutoEvent(), cleared})->Block();
+}
+
+TEST_F(MultiBlocker, ThrowsTheFirstFailureOfAMemberBehindTheInterrupt)
+{
+    const auto failing = Blocking([] { throw Error("broken", "test"); });
+    const auto met = SetEvent(ManualEvent());
+    for (const auto& composite : {Any({AutoEvent(), failing}), Any({failing, AutoEvent()}),
+             All({AutoEvent(), failing, AutoEvent()}), All({All({failing}), AutoEvent()})}) {
+        EXPECT_EQ(Thrown([&] { composite->Block(); }), "test: broken");
+        EXPECT_TRUE(composite->GetSignalled().empty());
+    }
+    const auto both = Blocking([] { InterruptSelf(), throw Error("broken", "test"); });
+    EXPECT_EQ(Thrown([&] { Any({AutoEvent(), both})->Block(); }), "interrupted");
+    EXPECT_EQ(DrainInterrupts(), 1);
+    const FacePtr<Mt::Win32::EventFactory> factory{Clsid(Mt::Win32::eventFactoryClass)};
+    EXPECT_EQ(Thrown([&] {
+        Any({AutoEvent(), factory->CreateFromHandle({1})})->Block();
+    }),
+        "mt: WFMO err -1(6)");
+}
+
+TEST_F(MultiBlocker, LeavesNoThreadBehindAnExceptionThatIsNoError)
+{
+    const auto foreign = Blocking([] { throw std::bad_alloc(); });
+    EXPECT_THROW(
+        Any({foreign, Blocking([] { Mt::Sleep(0xFFFFFFFF); }), AutoEvent()})->Block(), std::bad_alloc);
+    EXPECT_THROW(All({foreign, AutoEvent(), AutoEvent()})->Block(), std::bad_alloc);
+}
+
+// With a count below 0 a single interrupt would not stop the strand of the caller.
+TEST_F(MultiBlocker, EndsWithACountBelowZeroAndKeepsIt)
+{
+    const auto slow = Blocking([] { Mt::Sleep(2); });
+    for (const auto& composite : {Any({AutoEvent(), slow}), All({slow, slow}), All({Timer(1), slow})}) {
+        Mt::CurrentThread()->ClearInterrupt();
+        Mt::CurrentThread()->ClearInterrupt();
+        EXPECT_EQ(Thrown([&] { composite->Block(); }), "");
+        EXPECT_FALSE(composite->GetSignalled().empty());
+        InterruptSelf(2);
+        EXPECT_EQ(DrainInterrupts(), 0);
+        InterruptSelf();
+        EXPECT_EQ(DrainInterrupts(), 1);
+    }
+}
+
+TEST_F(MultiBlocker, FetchesAMessageOfTheThreadThatWaits)
+{
+    Platform::GetQueueStatus(0xFF);
+    const std::uint32_t self = Platform::GetCurrentThreadId();
+    const FacePtr<MessageBlocker> queue(new Impl<MessageBlocker, Module>);
+    const FacePtr<Mt::Blocker> member = queue;
+    const auto event = SetEvent(ManualEvent());
+    const auto any = Any({member, event, Timer(10'000)});
+    ASSERT_TRUE(Platform::PostThreadMessageW(self, 689, 5, -6));
+    InterruptSelf(); // the message goes before everything, but the wait ends with the interrupt
+    EXPECT_EQ(Thrown([&] { any->Block(); }), "interrupted");
+    EXPECT_EQ(DrainInterrupts(), 1);
+    EXPECT_TRUE(queue->received);
+    EXPECT_EQ(queue->message.number, 689U);
+    EXPECT_EQ(queue->message.lParam, -6);
+    any->Block();
+    EXPECT_EQ(any->GetSignalled(), Members{event});
+    event->Reset();
+    const FacePtr<Mt::Thread> poster = Start([&] {
+        Mt::Sleep(2);
+        Platform::PostThreadMessageW(self, 690, 0, 0);
+    });
+    any->Block();
+    poster->Join(true);
+    EXPECT_EQ(any->GetSignalled(), Members{member});
+    EXPECT_EQ(queue->message.number, 690U);
+    // Behind a member that is not merged it waits on a thread that gets no messages.
+    Platform::PostThreadMessageW(self, 691, 0, 0);
+    queue->received = false;
+    Any({Blocking([] { Mt::Sleep(5); }), member})->Block();
+    EXPECT_FALSE(queue->received);
+}
+
+TEST_F(MultiBlocker, ManagesAThousandMembers)
+{
+    const auto any = Any({});
+    std::vector<FacePtr<Mt::EventBasedBlocker>> events(1000);
+    for (auto& event : events)
+        any->Add(event = AutoEvent());
+    events.back()->Set();
+    any->Block();
+    EXPECT_EQ(any->GetSignalled(), Members{events.back()});
+}
