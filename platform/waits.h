@@ -5,6 +5,11 @@
 // stay signalled. A set releases who waits at that moment, however soon a reset follows. Nothing is lost and
 // nothing taken twice; a set with nobody waiting, and a wait for what is signalled, are no system call.
 //
+// Events and mutexes with a name are the same object in all processes of one user (and one process namespace)
+// that use the name. A name is any text of at most 260 chars, in which case counts and no character has a
+// meaning; it goes with the last process that has a handle, at its next use if that one was killed. A process
+// that is killed at any instant leaves its mutexes as abandoned ones and holds nobody up.
+//
 // Safe from any thread. A handle that is closed elsewhere stays good for the calls that have begun with it.
 // A child made by fork owns no mutex of its parent; it is to call exec before it waits.
 #pragma once
@@ -23,17 +28,22 @@ constexpr std::uint32_t WAIT_ABANDONED_0 = 0x00000080;
 constexpr std::uint32_t WAIT_TIMEOUT = 0x00000102;
 constexpr std::uint32_t WAIT_FAILED = 0xFFFFFFFF;
 
-// A new event without a name. One with manual reset stays signalled until it is reset, any other until one
-// wait has taken the signal; sets between two waits are one. NULL_HANDLE and ERROR_NOT_ENOUGH_MEMORY on
-// failure.
-Handle CreateEventW(bool manualReset, bool initialState) noexcept;
+// A new event. One with manual reset stays signalled until it is reset, any other until one wait has taken
+// the signal; sets between two waits are one. With a name that exists, that event as it is, and the last
+// error is ERROR_ALREADY_EXISTS; with one that does not, it is ERROR_SUCCESS. A null or empty name is none.
+// NULL_HANDLE on failure, with ERROR_INVALID_HANDLE if the name is that of a mutex,
+// ERROR_FILENAME_EXCED_RANGE, or what the system answers.
+Handle CreateEventW(bool manualReset, bool initialState, const char16_t* name = nullptr) noexcept;
+// An event that exists, for EVENT_MODIFY_STATE, SYNCHRONIZE or both; without one ERROR_FILE_NOT_FOUND.
+Handle OpenEventW(std::uint32_t access, const char16_t* name) noexcept;
 // Both want EVENT_MODIFY_STATE.
 bool SetEvent(Handle event) noexcept;
 bool ResetEvent(Handle event) noexcept;
 
-// A new mutex without a name, which the calling thread owns once if `initialOwner`. The owner can take it
-// again at once, and releases it as often. A mutex lives on while it is owned, with or without handles.
-Handle CreateMutexW(bool initialOwner) noexcept;
+// A new mutex, which the calling thread owns once if `initialOwner`. The owner can take it again at once, and
+// releases it as often. A mutex lives on while it is owned, with or without handles. With a name as for an
+// event; of a mutex that exists nobody becomes the owner.
+Handle CreateMutexW(bool initialOwner, const char16_t* name = nullptr) noexcept;
 // By the owner only; for any other thread ERROR_NOT_OWNER.
 bool ReleaseMutex(Handle mutex) noexcept;
 

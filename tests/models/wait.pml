@@ -285,18 +285,23 @@ again:
         fi;
         i++
     od;
-#ifdef NAMED1
-    atomic { looks = !signalled[1]; sleepers = sleepers || looks; seen = sequence };
-    if
-    :: looks
-    :: else -> goto again
-    fi;
-#endif
     atomic { Swap(me, ENTER, OPEN); if :: yes -> NOTHING_LEFT :: else fi };
     if
     :: yes
     :: else -> goto again
     fi;
+#ifdef NAMED1
+    atomic { looks = !signalled[1]; sleepers = sleepers || looks; seen = sequence };
+    if
+    :: looks
+    :: else ->
+        atomic { Swap(me, OPEN, ENTER) };
+        if
+        :: yes -> goto again
+        :: else -> goto done
+        fi
+    fi;
+#endif
     atomic { Swap(me, OPEN, ASLEEP) };
     if
     :: yes

@@ -31,6 +31,8 @@ public:
     }
 
     int Get() const noexcept { return number; }
+    // Gives it up to the caller.
+    int Release() noexcept { return std::exchange(number, -1); }
     explicit operator bool() const noexcept { return number >= 0; }
 
 private:

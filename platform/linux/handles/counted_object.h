@@ -8,7 +8,7 @@
 
 namespace Platform {
 
-enum class ObjectKind : std::uint32_t { File, Find, Event, Mutex, Thread, Key };
+enum class ObjectKind : std::uint32_t { File, Find, Event, Mutex, Thread, Key, NamedEvent, NamedMutex };
 
 // The base of all objects behind handles. Made with one reference, destroyed with the last one, by
 // whichever thread drops it; so a destructor takes no lock that a caller could hold.
@@ -23,6 +23,17 @@ public:
     void AddReferences(std::int64_t count) noexcept
     {
         references.fetch_add(count, std::memory_order_relaxed);
+    }
+
+    // For who finds the object without having a reference: false if the last one has gone, and the object
+    // with it.
+    bool AddReferenceIfAlive() noexcept
+    {
+        std::int64_t count = references.load(std::memory_order_relaxed);
+        while (count != 0)
+            if (references.compare_exchange_weak(count, count + 1, std::memory_order_acquire))
+                return true;
+        return false;
     }
 
     // Release, so that whatever was done through a reference comes before the destruction; acquire by

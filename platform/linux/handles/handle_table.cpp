@@ -188,6 +188,7 @@ ObjectRef<CountedObject> FindIf(Handle handle, Accepts accepts, std::uint32_t ac
 template <class Accept>
 bool Close(Handle handle, Accept accept) noexcept
 {
+    const Inside inside; // destructors take locks
     Slot* const slot = SlotOf(handle);
     std::uint64_t word = slot ? slot->word.load(std::memory_order_acquire) : 0;
     while (slot && GenerationOf(word) == GenerationOf(static_cast<std::uint64_t>(handle))) {

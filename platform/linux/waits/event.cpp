@@ -2,6 +2,7 @@
 
 #include "platform/errors.h"
 #include "platform/linux/handles/handle_table.h"
+#include "platform/linux/named/named_event.h"
 #include "platform/linux/suspension.h"
 #include "platform/waits.h"
 
@@ -9,8 +10,28 @@
 
 namespace Platform {
 
-Handle CreateEventW(bool manualReset, bool initialState) noexcept
+namespace {
+
+bool IsEvent(ObjectKind kind) noexcept
 {
+    return kind == ObjectKind::Event || kind == ObjectKind::NamedEvent;
+}
+
+Handle HandleOf(ObjectRef<CountedObject> event, std::uint32_t access) noexcept
+{
+    return event ? MakeHandle(std::move(event), access) : NULL_HANDLE;
+}
+
+} // namespace
+
+Handle CreateEventW(bool manualReset, bool initialState, const char16_t* name) noexcept
+{
+    const Inside inside;
+    if (name && *name) {
+        const NamedKind kind = manualReset ? NamedKind::ManualEvent : NamedKind::AutoEvent;
+        const NamedRequest request{name, kind, SharedFile::Mode::MakeIfMissing, initialState, nullptr};
+        return HandleOf(ObjectRef<CountedObject>::Adopt(OpenNamed(request).Detach()), EVENT_ALL_ACCESS);
+    }
     auto* const made = new (std::nothrow) Event(manualReset, initialState);
     if (made)
         return MakeHandle(ObjectRef<Event>::Adopt(made), EVENT_ALL_ACCESS);
@@ -18,22 +39,37 @@ Handle CreateEventW(bool manualReset, bool initialState) noexcept
     return NULL_HANDLE;
 }
 
+Handle OpenEventW(std::uint32_t access, const char16_t* name) noexcept
+{
+    const Inside inside;
+    const NamedRequest request{name, NamedKind::AutoEvent, SharedFile::Mode::OpenOnly, false, nullptr};
+    return HandleOf(ObjectRef<CountedObject>::Adopt(OpenNamed(request).Detach()), access);
+}
+
 bool SetEvent(Handle event) noexcept
 {
     const Inside inside;
-    const ObjectRef<Event> found = FindHandle<Event>(event, EVENT_MODIFY_STATE);
-    if (found)
-        found->Signal();
-    return static_cast<bool>(found);
+    const ObjectRef<CountedObject> found = FindObject(event, &IsEvent, EVENT_MODIFY_STATE);
+    if (!found)
+        return false;
+    if (found->kind == ObjectKind::Event)
+        static_cast<Event&>(*found).Signal();
+    else
+        static_cast<NamedEvent&>(*found).Set();
+    return true;
 }
 
 bool ResetEvent(Handle event) noexcept
 {
     const Inside inside;
-    const ObjectRef<Event> found = FindHandle<Event>(event, EVENT_MODIFY_STATE);
-    if (found)
-        found->Unsignal();
-    return static_cast<bool>(found);
+    const ObjectRef<CountedObject> found = FindObject(event, &IsEvent, EVENT_MODIFY_STATE);
+    if (!found)
+        return false;
+    if (found->kind == ObjectKind::Event)
+        static_cast<Event&>(*found).Unsignal();
+    else
+        static_cast<NamedEvent&>(*found).Reset();
+    return true;
 }
 
 } // namespace Platform

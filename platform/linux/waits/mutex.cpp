@@ -2,6 +2,7 @@
 
 #include "platform/errors.h"
 #include "platform/linux/handles/handle_table.h"
+#include "platform/linux/named/named_mutex.h"
 #include "platform/linux/suspension.h"
 #include "platform/waits.h"
 
@@ -12,14 +13,7 @@ namespace Platform {
 
 bool Mutex::CountOwnership(Waiter& waiter) noexcept
 {
-    if (depth++ != 0)
-        return false;
-    AddReferences(1);
-    previousHeld = nullptr;
-    nextHeld = waiter.held;
-    if (nextHeld)
-        nextHeld->previousHeld = this;
-    waiter.held = this;
+    Count(waiter);
     return std::exchange(abandoned, false);
 }
 
@@ -27,54 +21,79 @@ bool Mutex::Release(Waiter& waiter) noexcept
 {
     if (owner.load(std::memory_order_relaxed) != &waiter)
         return false;
-    if (--depth == 0)
-        GiveOn(waiter);
+    if (CountDown(waiter))
+        GiveOn();
     return true;
 }
 
 void Mutex::Abandon(Waiter& waiter) noexcept
 {
-    depth = 0;
+    Forget(waiter);
     abandoned = true;
-    GiveOn(waiter);
+    GiveOn();
 }
 
-void Mutex::GiveOn(Waiter& waiter) noexcept
+void Mutex::GiveOn() noexcept
 {
-    (previousHeld ? previousHeld->nextHeld : waiter.held) = nextHeld;
-    if (nextHeld)
-        nextHeld->previousHeld = previousHeld;
     owner.store(nullptr, std::memory_order_relaxed);
     Signal();
     DropReferences(1);
 }
 
-Handle CreateMutexW(bool initialOwner) noexcept
+namespace {
+
+bool IsMutex(ObjectKind kind) noexcept
 {
-    const Inside inside;
-    Waiter* const waiter = initialOwner ? CurrentWaiter() : nullptr;
-    auto* const made = initialOwner && !waiter ? nullptr : new (std::nothrow) Mutex;
+    return kind == ObjectKind::Mutex || kind == ObjectKind::NamedMutex;
+}
+
+Handle MakeUnnamed(Waiter* initialOwner) noexcept
+{
+    auto* const made = new (std::nothrow) Mutex;
     if (!made) {
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return NULL_HANDLE;
     }
-    ObjectRef<Mutex> mutex = ObjectRef<Mutex>::Adopt(made);
+    const ObjectRef<Mutex> mutex = ObjectRef<Mutex>::Adopt(made);
     const Handle handle = MakeHandle(mutex, MUTEX_ALL_ACCESS);
-    if (handle != NULL_HANDLE && waiter && mutex->TakeQuickly(*waiter))
-        mutex->CountOwnership(*waiter);
+    if (handle != NULL_HANDLE && initialOwner && mutex->TakeQuickly(*initialOwner))
+        mutex->CountOwnership(*initialOwner);
     return handle;
+}
+
+Handle MakeNamed(const char16_t* name, Waiter* initialOwner) noexcept
+{
+    const ObjectRef<NamedMutex> mutex = ObjectRef<NamedMutex>::Adopt(static_cast<NamedMutex*>(
+        OpenNamed({name, NamedKind::Mutex, SharedFile::Mode::MakeIfMissing, false, initialOwner}).Detach()));
+    const bool isNew = mutex && GetLastError() == ERROR_SUCCESS;
+    const Handle handle = mutex ? MakeHandle(mutex, MUTEX_ALL_ACCESS) : NULL_HANDLE;
+    if (mutex && handle == NULL_HANDLE && isNew && initialOwner)
+        mutex->Release(*initialOwner);
+    return handle;
+}
+
+} // namespace
+
+Handle CreateMutexW(bool initialOwner, const char16_t* name) noexcept
+{
+    const Inside inside;
+    Waiter* const waiter = initialOwner ? CurrentWaiter() : nullptr;
+    if (initialOwner && !waiter)
+        return NULL_HANDLE;
+    return name && *name ? MakeNamed(name, waiter) : MakeUnnamed(waiter);
 }
 
 bool ReleaseMutex(Handle mutex) noexcept
 {
     const Inside inside;
-    const ObjectRef<Mutex> found = FindHandle<Mutex>(mutex, 0);
-    if (!found)
-        return false;
-    Waiter* const waiter = CurrentWaiter();
+    const ObjectRef<CountedObject> found = FindObject(mutex, &IsMutex, 0);
+    Waiter* const waiter = found ? CurrentWaiter() : nullptr;
     if (!waiter)
         return false;
-    return found->Release(*waiter) || Fail(ERROR_NOT_OWNER);
+    const bool isReleased = found->kind == ObjectKind::Mutex
+        ? static_cast<Mutex&>(*found).Release(*waiter)
+        : static_cast<NamedMutex&>(*found).Release(*waiter);
+    return isReleased || Fail(ERROR_NOT_OWNER);
 }
 
 } // namespace Platform

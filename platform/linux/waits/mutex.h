@@ -1,33 +1,29 @@
 // A mutex of this process.
 #pragma once
 
+#include "platform/linux/waits/ownership.h"
 #include "platform/linux/waits/waitable.h"
 
 namespace Platform {
 
-// What follows `owner` is the owner's alone: whoever gives the mutex away writes it before the word or the
-// claim publishes it, so a thread's list of held mutexes needs no lock.
-class Mutex final : public Waitable {
+class Mutex final : public Waitable, public Ownership {
 public:
     static constexpr ObjectKind objectKind = ObjectKind::Mutex;
 
-    Mutex() noexcept : Waitable(objectKind, Taking::Ownership, true) { }
+    Mutex() noexcept
+        : Waitable(objectKind, Taking::Ownership, true), Ownership(*static_cast<CountedObject*>(this))
+    {
+    }
 
-    // Counts one more ownership of the thread that has taken it; true at the first one behind an owner that
-    // ended without releasing it.
+    // Counts the ownership of the thread that has taken it; true at the first one behind an owner that ended
+    // without releasing it.
     bool CountOwnership(Waiter& waiter) noexcept;
     // False if the thread does not own it.
     bool Release(Waiter& waiter) noexcept;
-    // Gives on what an ending thread owns, all levels of it.
-    void Abandon(Waiter& waiter) noexcept;
+    void Abandon(Waiter& waiter) noexcept override;
 
 private:
-    void GiveOn(Waiter& waiter) noexcept;
-
-    std::uint32_t depth = 0;
-    bool abandoned = false;
-    Mutex* previousHeld = nullptr;
-    Mutex* nextHeld = nullptr;
+    void GiveOn() noexcept;
 };
 
 } // namespace Platform

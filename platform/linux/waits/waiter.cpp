@@ -3,7 +3,7 @@
 #include "platform/errors.h"
 #include "platform/linux/messages/thread_queue.h"
 #include "platform/linux/suspension.h"
-#include "platform/linux/waits/mutex.h"
+#include "platform/linux/waits/ownership.h"
 #include "platform/linux/waits/thread_object.h"
 #include "platform/threads.h"
 

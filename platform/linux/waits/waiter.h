@@ -6,7 +6,7 @@
 
 namespace Platform {
 
-class Mutex;
+class Ownership;
 class ThreadObject;
 class ThreadQueue;
 
@@ -38,7 +38,7 @@ struct alignas(64) Waiter {
     // The thread's own.
     std::uint32_t spin = fullSpin;
     std::uint32_t waits = 0; // without spinning, since the last one that did
-    Mutex* held = nullptr; // the mutexes that it owns, each counted once
+    Ownership* held = nullptr; // the mutexes that it owns, each counted once
     ThreadObject* thread = nullptr; // counted, if anybody has asked for it
     ThreadQueue* queue = nullptr; // counted, if it has asked for messages
 

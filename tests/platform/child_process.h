@@ -1,0 +1,74 @@
+// Tests with other processes. Such a process is this program once more, with the name of what it is to do in
+// its environment; it runs that and nothing else.
+//
+//     const ChildRole sets("sets", [](int value) { ...; return 0; });   // at namespace scope
+//     const ChildProcess child = sets.Start(7);
+#pragma once
+
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <utility>
+
+class ChildProcess {
+public:
+    explicit ChildProcess(pid_t started) : pid(started) { }
+    ChildProcess(ChildProcess&& other) noexcept : pid(std::exchange(other.pid, 0)) { }
+    ChildProcess& operator=(ChildProcess&& other) noexcept
+    {
+        std::swap(pid, other.pid);
+        return *this;
+    }
+    ~ChildProcess() { Kill(); }
+
+    pid_t Number() const { return pid; }
+    // The exit code of one that had ended by itself, -1 if it is killed here.
+    int Kill()
+    {
+        if (pid == 0)
+            return -1;
+        ::kill(pid, SIGKILL);
+        return Wait();
+    }
+    // Its exit code, or -1 if a signal ended it.
+    int Wait()
+    {
+        int status = 0;
+        ::waitpid(std::exchange(pid, 0), &status, 0);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+private:
+    pid_t pid;
+};
+
+class ChildRole {
+public:
+    using Body = int (*)(int argument);
+
+    ChildRole(const char* itsName, Body body) : name(itsName)
+    {
+        const char* const asked = std::getenv("TESSEL_TEST_ROLE");
+        if (asked && std::strcmp(asked, name) == 0)
+            ::_exit(body(std::atoi(std::getenv("TESSEL_TEST_ARGUMENT"))));
+    }
+
+    ChildProcess Start(int argument) const
+    {
+        ::setenv("TESSEL_TEST_ROLE", name, 1);
+        ::setenv("TESSEL_TEST_ARGUMENT", std::to_string(argument).c_str(), 1);
+        const pid_t pid = ::fork();
+        if (pid == 0) {
+            ::execl("/proc/self/exe", "child", nullptr);
+            ::_exit(99);
+        }
+        ::unsetenv("TESSEL_TEST_ROLE");
+        return ChildProcess(pid);
+    }
+
+private:
+    const char* name;
+};

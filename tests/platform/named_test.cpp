@@ -1,0 +1,310 @@
+// Events and mutexes with names, in one process and in two.
+#include "platform/errors.h"
+#include "platform/linux/registry/sha256.h"
+#include "platform/linux/seam.h"
+#include "tests/platform/child_process.h"
+#include "tests/platform/owned_handle.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <filesystem>
+#include <iomanip>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sstream>
+#include <string>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <thread>
+
+using namespace Platform;
+
+namespace {
+
+// Of this test run alone, in all of its processes.
+std::u16string Name(const char16_t* text)
+{
+    const char* const run = std::getenv("TESSEL_TEST_RUN");
+    if (!run)
+        ::setenv("TESSEL_TEST_RUN", std::to_string(::getpid()).c_str(), 1);
+    const std::string number = std::getenv("TESSEL_TEST_RUN");
+    return std::u16string(number.begin(), number.end()) + text;
+}
+
+OwnedHandle NamedEvent(const char16_t* text, bool manualReset = false)
+{
+    return OwnedHandle(CreateEventW(manualReset, false, Name(text).c_str()));
+}
+OwnedHandle NamedMutex(const char16_t* text, bool initialOwner = false)
+{
+    return OwnedHandle(CreateMutexW(initialOwner, Name(text).c_str()));
+}
+
+// Whether the object has a file in a folder of ours, used or not.
+bool HasFile(const std::u16string& name)
+{
+    Registry::Sha256 digest;
+    for (const char16_t unit : name) {
+        digest.Add(static_cast<std::uint8_t>(unit & 0xFF));
+        digest.Add(static_cast<std::uint8_t>(unit >> 8));
+    }
+    std::ostringstream file;
+    for (const unsigned byte : digest.Finish())
+        file << std::hex << std::setw(2) << std::setfill('0') << byte;
+    for (const auto& entry : std::filesystem::directory_iterator("/dev/shm"))
+        if (entry.path().filename().string().starts_with("tessel-" + std::to_string(::geteuid()))
+            && exists(entry.path() / file.str()))
+            return true;
+    return false;
+}
+
+std::uint32_t LookAt(std::initializer_list<Handle> handles)
+{
+    return WaitForMultipleObjects(static_cast<std::uint32_t>(handles.size()), std::data(handles), 0);
+}
+
+// ---- What other processes do
+
+int Answer(int rounds)
+{
+    const OwnedHandle ping = NamedEvent(u"ping");
+    const OwnedHandle pong = NamedEvent(u"pong");
+    const OwnedHandle never = Event();
+    for (int i = 0; i < rounds; ++i) {
+        const Handle both[] = {never, ping};
+        if (WaitForMultipleObjects(2, both, INFINITE) != 1)
+            return 1;
+        SetEvent(pong);
+    }
+    return 0;
+}
+const ChildRole answers("answers", &Answer);
+
+// Where the kernel refuses to wait for several words.
+const ChildRole answersWithoutWaitv("answersWithoutWaitv", [](int rounds) {
+    sock_filter program[] = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_futex_waitv, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EPERM), BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)};
+    sock_fprog filter{4, program};
+    ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+    return ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0 ? Answer(rounds) : 1;
+});
+
+// Takes the mutex, twice, tells so, and waits to be killed.
+const ChildRole holds("holds", [](int) {
+    const OwnedHandle mutex = NamedMutex(u"held", true);
+    WaitForSingleObject(mutex, INFINITE);
+    SetEvent(NamedEvent(u"holding"));
+    WaitForSingleObject(mutex, INFINITE);
+    ::pause();
+    return 0;
+});
+
+const ChildRole leaves("leaves", [](int) {
+    NamedMutex(u"held", true).Detach();
+    std::exit(HasFile(Name(u"held")) ? 0 : 1);
+    return 0;
+});
+
+const ChildRole becomesAnother("becomesAnother", [](int) {
+    if (::setuid(65534) != 0)
+        return 77;
+    const OwnedHandle event = NamedEvent(u"mine");
+    return GetLastError() == ERROR_SUCCESS && WaitForSingleObject(event, 0) == WAIT_TIMEOUT ? 0 : 1;
+});
+
+} // namespace
+
+TEST(NamedObject, IsOneForAllWhoUseItsName)
+{
+    const std::u16string longest(260 - Name(u"").size(), u'n');
+    for (const std::u16string& name : {std::u16string(u"Global\\with/all:\u00fc\xd800"), longest}) {
+        const OwnedHandle first(CreateEventW(true, true, Name(name.c_str()).c_str()));
+        EXPECT_EQ(GetLastError(), ERROR_SUCCESS);
+        const OwnedHandle second(CreateEventW(false, false, Name(name.c_str()).c_str()));
+        EXPECT_EQ(GetLastError(), ERROR_ALREADY_EXISTS);
+        EXPECT_TRUE(HasFile(Name(name.c_str())));
+        const OwnedHandle third(OpenEventW(SYNCHRONIZE, Name(name.c_str()).c_str()));
+        EXPECT_EQ(LookAt({first}), WAIT_OBJECT_0);
+        EXPECT_EQ(LookAt({third}), WAIT_OBJECT_0); // it stays one with manual reset
+        EXPECT_FALSE(SetEvent(third));
+        EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
+        EXPECT_TRUE(ResetEvent(second));
+        EXPECT_EQ(LookAt({first}), WAIT_TIMEOUT);
+        EXPECT_EQ(CreateMutexW(true, Name(name.c_str()).c_str()), NULL_HANDLE);
+        EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+    }
+    EXPECT_FALSE(HasFile(Name(longest.c_str()))); // gone with its last user
+    EXPECT_EQ(OpenEventW(SYNCHRONIZE, Name(longest.c_str()).c_str()), NULL_HANDLE);
+    EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(CreateEventW(true, true, (longest + u"nnnnnnnnnnn").c_str()), NULL_HANDLE);
+    EXPECT_EQ(GetLastError(), ERROR_FILENAME_EXCED_RANGE);
+}
+
+TEST(NamedEvent, ReleasesOneWaitOrStays)
+{
+    const OwnedHandle event = NamedEvent(u"auto");
+    const OwnedHandle local = Event();
+    SetEvent(event);
+    SetEvent(event);
+    EXPECT_EQ(LookAt({local, event}), 1U);
+    EXPECT_EQ(LookAt({local, event}), WAIT_TIMEOUT);
+    const Handle both[] = {local, event};
+    EXPECT_EQ(WaitForMultipleObjects(2, both, 5), WAIT_TIMEOUT);
+    std::thread setter([&] { SetEvent(local); });
+    EXPECT_EQ(WaitForMultipleObjects(2, both, INFINITE), 0U);
+    setter.join();
+}
+
+// So many are asleep, and as many sets follow without a pause: each releases one.
+TEST(NamedEvent, ReleasesASleeperForEachOfSeveralQuickSets)
+{
+    const OwnedHandle event = NamedEvent(u"quick");
+    for (int round = 0; round < 20; ++round) {
+        std::atomic<int> released{0};
+        std::vector<std::thread> sleepers;
+        for (int i = 0; i < 3; ++i)
+            sleepers.emplace_back([&] {
+                WaitForSingleObject(event, INFINITE);
+                ++released;
+            });
+        std::this_thread::sleep_for(std::chrono::milliseconds(3)); // most rounds find all of them asleep
+        SetEvent(event);
+        SetEvent(event);
+        while (released < 3) { // what merged because somebody was not yet asleep is set once more
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            if (released < 3)
+                SetEvent(event);
+        }
+        for (std::thread& sleeper : sleepers)
+            sleeper.join();
+        ResetEvent(event);
+    }
+}
+
+TEST(NamedEvent, AnswersBetweenProcesses)
+{
+    const OwnedHandle ping = NamedEvent(u"ping");
+    const OwnedHandle pong = NamedEvent(u"pong");
+    for (const ChildRole* const role : {&answers, &answersWithoutWaitv}) {
+        const int rounds = role == &answers ? 2000 : 20;
+        ChildProcess child = role->Start(rounds);
+        for (int i = 0; i < rounds; ++i) {
+            ASSERT_TRUE(SetEvent(ping));
+            ASSERT_EQ(WaitForSingleObject(pong, 10'000), WAIT_OBJECT_0) << i;
+        }
+        EXPECT_EQ(child.Wait(), 0);
+    }
+}
+
+TEST(NamedMutex, BelongsToOneThread)
+{
+    const OwnedHandle mutex = NamedMutex(u"mutex", true);
+    EXPECT_EQ(GetLastError(), ERROR_SUCCESS);
+    const OwnedHandle second = NamedMutex(u"mutex", true);
+    EXPECT_EQ(GetLastError(), ERROR_ALREADY_EXISTS);
+    EXPECT_EQ(LookAt({second}), WAIT_OBJECT_0);
+    std::thread([&] {
+        EXPECT_EQ(LookAt({second}), WAIT_TIMEOUT);
+        EXPECT_FALSE(ReleaseMutex(mutex));
+        EXPECT_EQ(GetLastError(), ERROR_NOT_OWNER);
+    }).join();
+    std::thread next([&] {
+        EXPECT_EQ(WaitForSingleObject(second, INFINITE), WAIT_OBJECT_0); // and ends with it
+    });
+    EXPECT_TRUE(ReleaseMutex(second));
+    EXPECT_TRUE(ReleaseMutex(mutex));
+    next.join();
+    EXPECT_EQ(LookAt({mutex}), WAIT_ABANDONED_0);
+    EXPECT_TRUE(ReleaseMutex(mutex));
+    EXPECT_EQ(LookAt({mutex}), WAIT_OBJECT_0);
+    ReleaseMutex(mutex);
+    // With its last handle closed it is owned still, until its thread ends.
+    std::thread([] {
+        NamedMutex(u"left", true);
+        NamedMutex(u"left", true);
+        EXPECT_EQ(GetLastError(), ERROR_ALREADY_EXISTS);
+    }).join();
+    NamedMutex(u"left");
+    EXPECT_EQ(GetLastError(), ERROR_SUCCESS);
+}
+
+TEST(NamedMutex, OfAKilledProcessIsAbandonedToTheNextWaitAtOnce)
+{
+    const OwnedHandle holding = NamedEvent(u"holding");
+    const OwnedHandle mutex = NamedMutex(u"held");
+    const OwnedHandle local = Event();
+    ChildProcess child = holds.Start(0);
+    ASSERT_EQ(WaitForSingleObject(holding, 10'000), WAIT_OBJECT_0);
+    ASSERT_EQ(LookAt({mutex}), WAIT_TIMEOUT);
+    std::atomic<std::uint32_t> result{0};
+    std::thread waiter([&] {
+        const Handle both[] = {local, mutex};
+        result = WaitForMultipleObjects(2, both, 10'000);
+        ReleaseMutex(mutex);
+    });
+    child.Kill();
+    waiter.join();
+    EXPECT_EQ(result, WAIT_ABANDONED_0 + 1);
+    EXPECT_EQ(LookAt({mutex}), WAIT_OBJECT_0);
+    ReleaseMutex(mutex);
+}
+
+// Also of a process that ends without closing its handles; only who is killed leaves a file.
+TEST(NamedObject, IsMadeAfreshBehindTheKilled)
+{
+    EXPECT_EQ(leaves.Start(0).Wait(), 0);
+    EXPECT_FALSE(HasFile(Name(u"held")));
+    {
+        const OwnedHandle holding = NamedEvent(u"holding");
+        ChildProcess child = holds.Start(0);
+        ASSERT_EQ(WaitForSingleObject(holding, 10'000), WAIT_OBJECT_0);
+        child.Kill();
+    }
+    EXPECT_TRUE(HasFile(Name(u"held")));
+    const OwnedHandle mutex = NamedMutex(u"held");
+    EXPECT_EQ(GetLastError(), ERROR_SUCCESS);
+    EXPECT_EQ(LookAt({mutex}), WAIT_OBJECT_0); // nobody is left to whom the old one would mean anything
+    ReleaseMutex(mutex);
+}
+
+TEST(NamedObject, IsTheUsersAlone)
+{
+    const OwnedHandle event = NamedEvent(u"mine");
+    SetEvent(event);
+    const int result = becomesAnother.Start(0).Wait();
+    if (result == 77)
+        GTEST_SKIP() << "only the administrator can become another user";
+    EXPECT_EQ(result, 0);
+}
+
+#ifdef TESSEL_SEAMS
+// Whichever call fails: an error or a working object, and nothing left behind.
+TEST(NamedObject, SurvivesTheFailureOfAnyCall)
+{
+    NamedEvent(u"first"); // the folder
+    for (unsigned n = 1;; ++n) {
+        Seam::FailNth(n, ENOSPC);
+        {
+            const OwnedHandle mutex = NamedMutex(u"failing", true);
+            Seam::FailNth(0, 0);
+            if (mutex != NULL_HANDLE)
+                EXPECT_TRUE(ReleaseMutex(mutex)) << n;
+            else
+                EXPECT_EQ(GetLastError(), ERROR_DISK_FULL) << n;
+            Seam::FailNth(n, ENOSPC); // and again for the close
+        }
+        const bool wasLast = Seam::CallCount() < n;
+        Seam::FailNth(0, 0);
+        {
+            const OwnedHandle mutex = NamedMutex(u"failing");
+            EXPECT_EQ(LookAt({mutex}), WAIT_OBJECT_0) << n;
+            EXPECT_TRUE(ReleaseMutex(mutex)) << n;
+        }
+        EXPECT_FALSE(HasFile(Name(u"failing"))) << n;
+        if (wasLast)
+            break;
+    }
+}
+#endif
