@@ -4,6 +4,7 @@
 #include "mt/multi_blocker_factory.h"
 #include "mt/timer_factory.h"
 #include "object/library_factory.h"
+#include "win32/mutex_factory.h"
 #include "xml/document_factory.h"
 #include "xml/reader_writer.h"
 #include <tessel/object/registration.h>
@@ -16,6 +17,7 @@ const Object::FactoryRegistration registrations[] = {
     Object::FactoryRegistration::Of<Mt::CurrentThreadFactory>("mt"),
     Object::FactoryRegistration::Of<Mt::MultiBlockerFactory>("mt"),
     Object::FactoryRegistration::Of<Mt::EventFactory>("mt"),
+    Object::FactoryRegistration::Of<Win32::MutexFactory>("win32"),
     Object::FactoryRegistration::Of<Xml::ReaderWriterFactory>("xml"),
     Object::FactoryRegistration::Of<Xml::DocumentFactory>("xml"),
 };

@@ -14,7 +14,7 @@ constexpr const char* tag = "tessel/mt";
 
 FacePtr<EventBasedBlocker> MakeEvent(Platform::Handle handle)
 {
-    return FacePtr<EventBasedBlocker>(new Impl<EventImpl, Module>(handle));
+    return FacePtr<EventBasedBlocker>(MakeAround<Impl<EventImpl, Module>>(handle));
 }
 
 } // namespace

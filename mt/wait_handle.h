@@ -15,4 +15,16 @@ constexpr Platform::Handle ToPlatform(::Handle handle)
     return Platform::Handle{handle.value};
 }
 
+// A new object that takes the handle over, also where it cannot be made.
+template <class Object>
+Object* MakeAround(Platform::Handle handle)
+{
+    try {
+        return new Object(handle);
+    } catch (...) {
+        Platform::CloseHandle(handle);
+        throw;
+    }
+}
+
 } // namespace Mt

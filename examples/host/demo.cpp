@@ -3,6 +3,8 @@
 #include "host/memory_map.h"
 #include "host/narrator.h"
 #include "host/settings.h"
+#include "host/waits_mutex.h"
+#include "host/waits_work.h"
 #include "host/xml_settings.h"
 #include "lamps/lamp.h"
 #include "shop/till.h"
@@ -146,6 +148,8 @@ void Run(bool scanned)
     ChangeXmlSettings(ModuleFolder() / "settings.xml");
     UseLamp();
     DropModules(CatchFailure());
+    ShowWaits();
+    ShareMutex();
 }
 
 } // namespace
@@ -153,6 +157,8 @@ void Run(bool scanned)
 // With the argument "first" the run expects to be the one that scans the folder.
 int main(int argc, char** argv)
 {
+    if (argc > 1 && std::string_view(argv[1]) == holderCommand)
+        return HoldMutex();
     std::atexit(ReportStop);
     try {
         Run(argc > 1 && std::string_view(argv[1]) == "first");

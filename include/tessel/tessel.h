@@ -36,6 +36,7 @@
 #include <tessel/object/manager.h>
 #include <tessel/object/registration.h>
 #include <tessel/object/system.h>
+#include <tessel/win32/mutex.h>
 #include <tessel/xml/document.h>
 #include <tessel/xml/element.h>
 #include <tessel/xml/node.h>

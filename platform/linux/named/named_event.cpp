@@ -55,12 +55,19 @@ void NamedEvent::Set() noexcept
         }
         std::atomic_thread_fence(std::memory_order_seq_cst); // the kernel's step orders nothing by itself
         const std::uint32_t woken = OrAndWakeAllShared(shared->word, SIGNALLED); // rule 1
-        const std::uint32_t behind = shared->word.load(std::memory_order_relaxed);
-        if (woken > 1 && ResetsItself() && SequenceOf(behind) == SequenceOf(word))
-            shared->owed.store(Owed{SequenceOf(word) & 0xFFFF, std::min(woken - 1, 0xFFU), 0}.Packed(),
-                std::memory_order_release);
+        OpenRoom(word, woken);
         return;
     }
+}
+
+// Also nothing is written down, so that no number of an older sequence comes to mean this one.
+void NamedEvent::OpenRoom(std::uint32_t word, std::uint32_t woken) noexcept
+{
+    const std::uint32_t present = shared->word.load(std::memory_order_relaxed);
+    if (!ResetsItself() || SequenceOf(present) != SequenceOf(word))
+        return;
+    const std::uint32_t room = std::clamp(woken, 1U, 0x100U) - 1;
+    shared->owed.store(Owed{SequenceOf(word) & 0xFFFF, room, 0}.Packed(), std::memory_order_release);
 }
 
 bool NamedEvent::GiveToFurtherSleeper(std::uint32_t word) noexcept

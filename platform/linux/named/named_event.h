@@ -23,6 +23,7 @@ public:
 
 private:
     bool ResetsItself() const noexcept { return shared->kind == NamedKind::AutoEvent; }
+    void OpenRoom(std::uint32_t word, std::uint32_t woken) noexcept;
     bool GiveToFurtherSleeper(std::uint32_t word) noexcept;
     bool TakeOwed(std::uint32_t word) noexcept;
     bool IsOwed(std::uint32_t word) const noexcept;

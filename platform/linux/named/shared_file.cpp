@@ -92,16 +92,16 @@ SharedFile& SharedFile::operator=(SharedFile&& other) noexcept
     return *this;
 }
 
-// Whoever gets byte 0 for itself, with byte 1 held, is alone. Both locks end with the descriptor.
+// Whoever gets byte 0 for itself, with byte 1 held, is alone.
 void SharedFile::UnlinkIfAlone() noexcept
 {
-    if (!object)
+    if (!object || !SetLock(descriptor.Get(), making, F_WRLCK, true))
         return;
     const FileName name = NameOf({object->name, object->nameLength});
-    const int folder = NamedFolder();
-    if (SetLock(descriptor.Get(), making, F_WRLCK, true) && SetLock(descriptor.Get(), inUse, F_WRLCK, false)
-        && IsStillNamed(descriptor.Get(), folder, name.text))
-        Seam::UnlinkAt(folder, name.text, 0);
+    if (SetLock(descriptor.Get(), inUse, F_WRLCK, false)
+        && IsStillNamed(descriptor.Get(), NamedFolder(), name.text))
+        Seam::UnlinkAt(NamedFolder(), name.text, 0);
+    SetLock(descriptor.Get(), making, F_UNLCK, false);
 }
 
 SharedFile::~SharedFile()

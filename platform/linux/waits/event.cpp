@@ -42,8 +42,16 @@ Handle CreateEventW(bool manualReset, bool initialState, const char16_t* name) n
 Handle OpenEventW(std::uint32_t access, const char16_t* name) noexcept
 {
     const Inside inside;
+    if (!name || !*name) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return NULL_HANDLE;
+    }
+    const std::uint32_t before = GetLastError();
     const NamedRequest request{name, NamedKind::AutoEvent, SharedFile::Mode::OpenOnly, false, nullptr};
-    return HandleOf(ObjectRef<CountedObject>::Adopt(OpenNamed(request).Detach()), access);
+    const Handle handle = HandleOf(ObjectRef<CountedObject>::Adopt(OpenNamed(request).Detach()), access);
+    if (handle != NULL_HANDLE)
+        SetLastError(before);
+    return handle;
 }
 
 bool SetEvent(Handle event) noexcept
