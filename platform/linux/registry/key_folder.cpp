@@ -70,7 +70,7 @@ Code KeyFolder::OpenSubkeyFolder(const char* fileName, KeyFolder& subkey) const 
 {
     char path[subkeysPrefix.size() + NAME_MAX + 1];
     std::memcpy(path, subkeysPrefix.data(), subkeysPrefix.size());
-    std::strcpy(path + subkeysPrefix.size(), fileName);
+    std::memcpy(path + subkeysPrefix.size(), fileName, std::strlen(fileName) + 1);
     KeyFolder opened(OpenFolder(Get(), path), hive, level + 1);
     if (!opened.folder)
         return errno == ENOENT ? MissingCode() : CodeOfErrno();
