@@ -108,6 +108,9 @@ bool SetEndOfFile(Handle handle) noexcept;
 
 // Returns when all that was written has reached the disk.
 bool FlushFileBuffers(Handle handle) noexcept;
+// Gives the file system what was written, as closing the file does, and tells whether it took it: a network's
+// may refuse only now. Costs next to nothing on a local disk, and promises nothing for a loss of power.
+bool SettleWrites(Handle handle) noexcept;
 
 // The low half of the size, the high half in *sizeHigh unless it is null. INVALID_FILE_SIZE with a last
 // error that is not 0 is a failure; every success sets the last error to 0.

@@ -159,6 +159,12 @@ TEST(FailingTransfer, GivesWhatWasMovedBeforeAndLosesNothing)
         return WriteFile(file, "more", 4, &count) && count == 4;
     }));
     EXPECT_EQ(folder.Content("tree/file"), "contentmore");
+    Platform::FILE* const file = _wfopen(folder.Text("late").c_str(), u"w");
+    EXPECT_EQ(fwrite("x", 1, 1, file), 1U);
+    Seam::FailNth(2, EDQUOT); // behind the write: the file system tells it at the close
+    EXPECT_NE(fclose(file), 0);
+    EXPECT_EQ(GetLastError(), ERROR_NOT_ENOUGH_QUOTA);
+    Seam::FailNth(0, 0);
 }
 
 // A file system without record locks shares everything; one without exclusive renaming does it in steps.

@@ -36,6 +36,14 @@ inline int Sync(int descriptor) noexcept
 {
     return Guarded(-1, [&] { return ::fsync(descriptor); });
 }
+// Closes another descriptor of the same open file, as far as one is to be had.
+inline int CloseCopy(int descriptor) noexcept
+{
+    return Guarded(-1, [&] {
+        const int copy = ::fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
+        return copy < 0 ? 0 : ::close(copy);
+    });
+}
 inline int Lock(int descriptor, int command, struct flock* range) noexcept
 {
     return Guarded(-1, [&] { return ::fcntl(descriptor, command, range); });

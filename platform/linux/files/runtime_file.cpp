@@ -161,8 +161,10 @@ int ferror(FILE* file) noexcept
 
 int fclose(FILE* file) noexcept
 {
-    if (file->writes && !file->failed)
+    if (file->writes && !file->failed) {
         Flush(*file);
+        file->failed = !SettleWrites(file->handle) || file->failed;
+    }
     const bool failed = file->failed;
     CloseHandle(file->handle);
     delete file;

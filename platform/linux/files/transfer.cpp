@@ -140,6 +140,12 @@ bool FlushFileBuffers(Handle handle) noexcept
     return result == 0 || FailWithErrno();
 }
 
+bool SettleWrites(Handle handle) noexcept
+{
+    const ObjectRef<OpenFile> file = FindHandle<OpenFile>(handle, GENERIC_WRITE);
+    return file && (Seam::CloseCopy(file->descriptor.Get()) == 0 || errno == EINTR || FailWithErrno());
+}
+
 std::uint32_t GetFileSize(Handle handle, std::uint32_t* sizeHigh) noexcept
 {
     const ObjectRef<OpenFile> file = FindHandle<OpenFile>(handle, 0);
