@@ -2,10 +2,10 @@
 #pragma once
 
 #include <tessel/base/string.h>
+#include <tessel/export.h>
 #include <tessel/object/face.h>
 
 #include <list>
-#include <new>
 #include <set>
 #include <vector>
 
@@ -22,13 +22,7 @@ using TypeSet = std::set<WideString>;
 
 // A name as a text. Throws std::bad_alloc where a string would become empty without a word: a class that is
 // listed without its name is not found again as long as its module stays.
-inline WideString TextOfName(const char16_t* name)
-{
-    WideString text(name);
-    if (text.IsEmpty() && *name != 0)
-        throw std::bad_alloc();
-    return text;
-}
+TESSEL_API WideString TextOfName(const char16_t* name);
 
 // The identifiers of an interface or object class T: each interface, directly followed by its bases down to
 // "IID_BaseFace", in the order in which Cast walks them.
