@@ -19,7 +19,10 @@ public:
 
     friend bool operator==(const Clsid&, const Clsid&) noexcept = default;
     friend bool operator==(const Clsid& clsid, const char16_t* name) noexcept { return clsid.text == name; }
-    friend std::strong_ordering operator<=>(const Clsid&, const Clsid&) noexcept = default;
+    friend std::strong_ordering operator<=>(const Clsid& left, const Clsid& right) noexcept
+    {
+        return left.text <=> right.text;
+    }
 
 private:
     WideString text;

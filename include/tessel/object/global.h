@@ -48,7 +48,7 @@ FacePtr<T> ImplGlobal<T, ModuleClass>::Get()
     if (holder.object != nullptr && holder.object->AddRefIfLiving())
         return FacePtr<T>::Adopt(holder.object);
     auto* const made = new Instance(&holder);
-    const FacePtr<T> first(made);
+    FacePtr<T> first(made);
     holder.object = made;
     if constexpr (requires { made->OnFirstReference(); }) {
         try {

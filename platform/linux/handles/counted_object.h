@@ -76,7 +76,8 @@ public:
     ~ObjectRef()
     {
         if (object)
-            object->DropReferences(1);
+            object->DropReferences(
+                1); // NOLINT(clang-analyzer-cplusplus.NewDelete): it cannot follow the count
     }
 
     // Gives the reference up to the caller.
