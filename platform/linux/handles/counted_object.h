@@ -75,9 +75,9 @@ public:
     }
     ~ObjectRef()
     {
+        // The analyzer cannot follow the count.
         if (object)
-            object->DropReferences(
-                1); // NOLINT(clang-analyzer-cplusplus.NewDelete): it cannot follow the count
+            object->DropReferences(1); // NOLINT(clang-analyzer-cplusplus.NewDelete)
     }
 
     // Gives the reference up to the caller.
