@@ -89,41 +89,32 @@ TEST(Search, ListsWhatMatches)
     EXPECT_EQ(InAnotherProcess(
                   [&] { return ::chdir(folder.Path().c_str()) == 0 && Found(u"*.dll") == modules ? 0 : 1; }),
         0);
-    const struct {
-        std::u16string pattern;
-        std::uint32_t error;
-    } failures[] = {{folder.Text() + u"\\*.none", ERROR_FILE_NOT_FOUND},
-        {folder.Text("A.DLL"), ERROR_FILE_NOT_FOUND}, {folder.Text() + u"\\", ERROR_FILE_NOT_FOUND},
-        {folder.Text("no") + u"\\*", ERROR_PATH_NOT_FOUND}, {folder.Text("no/no"), ERROR_PATH_NOT_FOUND},
-        {folder.Text("plain") + u"\\*", ERROR_PATH_NOT_FOUND}, {u"", ERROR_PATH_NOT_FOUND},
-        {u"C:", ERROR_FILE_NOT_FOUND}};
-    for (const auto& c : failures)
-        EXPECT_EQ(ErrorOfFind(c.pattern), c.error) << c.pattern.size();
+    const std::pair<std::u16string, std::uint32_t> failures[] = {
+        {folder.Text() + u"\\*.none", ERROR_FILE_NOT_FOUND}, {folder.Text("A.DLL"), ERROR_FILE_NOT_FOUND},
+        {folder.Text() + u"\\", ERROR_FILE_NOT_FOUND}, {folder.Text("no") + u"\\*", ERROR_PATH_NOT_FOUND},
+        {folder.Text("no/no"), ERROR_PATH_NOT_FOUND}, {folder.Text("plain") + u"\\*", ERROR_PATH_NOT_FOUND},
+        {u"", ERROR_PATH_NOT_FOUND}, {u"C:", ERROR_FILE_NOT_FOUND}};
+    for (const auto& [pattern, error] : failures)
+        EXPECT_EQ(ErrorOfFind(pattern), error) << Readable(pattern);
 }
 
 TEST(Search, TellsTimesSizeAndKindOfEachEntry)
 {
     const TemporaryFolder folder;
-    folder.MakeFile("file", "12345");
-    folder.MakeFolder("folder");
+    folder.MakeFile("file");
     folder.MakeLink("file", "link");
+    std::filesystem::resize_file(folder.Path("file"), 5'000'000'000);
     const timespec times[2] = {{0, 0}, {1'000'000'000, 0}};
-    ::utimensat(AT_FDCWD, folder.Path("file").c_str(), times, 0);
-    ::truncate(folder.Path("file").c_str(), 5'000'000'000);
     ::utimensat(AT_FDCWD, folder.Path("file").c_str(), times, 0);
     WIN32_FIND_DATAW found;
     for (const char* const name : {"file", "link"}) {
         ASSERT_TRUE(FindClose(FindFirstFileW(folder.Text(name).c_str(), &found)));
-        EXPECT_EQ(found.nFileSizeHigh, 1U) << name;
-        EXPECT_EQ(found.nFileSizeLow, 705'032'704U) << name;
+        EXPECT_EQ(std::uint64_t{found.nFileSizeHigh} << 32 | found.nFileSizeLow, 5'000'000'000U) << name;
         EXPECT_EQ(found.ftLastWriteTime.dwHighDateTime, 0x01C138D1U) << name; // 2001-09-09 01:46:40
         EXPECT_EQ(found.ftLastWriteTime.dwLowDateTime, 0x44FF8000U) << name;
         EXPECT_EQ(found.ftLastAccessTime.dwHighDateTime, 0x019DB1DEU) << name;
     }
     EXPECT_EQ(found.dwFileAttributes, FILE_ATTRIBUTE_REPARSE_POINT);
-    ASSERT_TRUE(FindClose(FindFirstFileExW((folder.Text() + u"\\fo*").c_str(), FindExInfoBasic, &found)));
-    EXPECT_EQ(found.dwFileAttributes, FILE_ATTRIBUTE_DIRECTORY);
-    EXPECT_EQ(found.nFileSizeLow, 0U);
 }
 
 TEST(Search, HasAHandleOfItsOwnKind)
@@ -133,12 +124,7 @@ TEST(Search, HasAHandleOfItsOwnKind)
     Handle duplicate;
     EXPECT_FALSE(CloseHandle(search));
     EXPECT_FALSE(DuplicateHandle(search, &duplicate, 0, DUPLICATE_SAME_ACCESS));
-    char byte;
-    std::uint32_t count;
-    EXPECT_FALSE(ReadFile(search, &byte, 1, &count));
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
     EXPECT_TRUE(FindClose(search));
     EXPECT_FALSE(FindNextFileW(search, &found));
-    EXPECT_FALSE(FindClose(search));
     EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
 }

@@ -2,11 +2,12 @@
 #pragma once
 
 #include <cstdlib>
-#include <dirent.h>
 #include <fcntl.h>
-#include <ftw.h>
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <set>
+#include <sstream>
 #include <string>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -40,8 +41,8 @@ public:
     }
     ~TemporaryFolder()
     {
-        const auto remove = [](const char* entry, const struct stat*, int, FTW*) { return ::remove(entry); };
-        ::nftw(path.c_str(), remove, 32, FTW_DEPTH | FTW_PHYS);
+        std::error_code ignored;
+        std::filesystem::remove_all(path, ignored);
     }
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
@@ -51,11 +52,8 @@ public:
 
     void MakeFile(const std::string& name, const std::string& content = "", mode_t mode = 0666) const
     {
-        const int file = ::open(Path(name).c_str(), O_WRONLY | O_CREAT | O_TRUNC, mode);
-        ASSERT_GE(file, 0) << name;
-        EXPECT_EQ(::write(file, content.data(), content.size()), static_cast<ssize_t>(content.size()));
-        ::fchmod(file, mode);
-        ::close(file);
+        std::ofstream(Path(name), std::ios::binary) << content;
+        EXPECT_EQ(::chmod(Path(name).c_str(), mode), 0) << name;
     }
     void MakeFolder(const std::string& name) const
     {
@@ -68,27 +66,19 @@ public:
 
     bool Has(const std::string& name) const
     {
-        struct stat status;
-        return ::lstat(Path(name).c_str(), &status) == 0;
+        return ::faccessat(AT_FDCWD, Path(name).c_str(), F_OK, AT_SYMLINK_NOFOLLOW) == 0;
     }
     std::string Content(const std::string& name) const
     {
-        std::string content(1 << 16, '\0');
-        const int file = ::open(Path(name).c_str(), O_RDONLY);
-        const ssize_t count = ::read(file, content.data(), content.size());
-        ::close(file);
-        content.resize(count < 0 ? 0 : static_cast<std::size_t>(count));
-        return count < 0 ? "cannot read" : content;
+        std::ostringstream content;
+        content << std::ifstream(Path(name), std::ios::binary).rdbuf();
+        return content.str();
     }
     std::set<std::string> Names() const
     {
         std::set<std::string> names;
-        DIR* const folder = ::opendir(path.c_str());
-        while (const dirent* const entry = ::readdir(folder))
-            names.insert(entry->d_name);
-        ::closedir(folder);
-        names.erase(".");
-        names.erase("..");
+        for (const auto& entry : std::filesystem::directory_iterator(path))
+            names.insert(entry.path().filename());
         return names;
     }
 
@@ -98,12 +88,7 @@ private:
 
 inline std::size_t OpenDescriptors()
 {
-    std::size_t count = 0;
-    DIR* const folder = ::opendir("/proc/self/fd");
-    while (::readdir(folder))
-        ++count;
-    ::closedir(folder);
-    return count;
+    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
 }
 
 // Runs the function in a process of its own, and gives what it returns (0 to 255); -1 if it crashed.

@@ -1,6 +1,6 @@
 // What fails on the way, memory or the disk, is told, loses nothing and leaves nothing behind.
 #include "tests/allocation_plan.h"
-#include "tests/object/temporary_folder.h"
+#include "tests/platform/temporary_folder.h"
 #include "tests/xml/documents.h"
 #include <tessel/base/error.h>
 
@@ -72,21 +72,15 @@ TEST(Faults, AtAnyAllocationAreToldAndLoseNothing)
 }
 
 #ifdef TESSEL_SEAMS
-static std::size_t CountOpenFiles()
-{
-    const std::filesystem::directory_iterator files("/proc/self/fd");
-    return static_cast<std::size_t>(std::distance(begin(files), end(files)));
-}
-
 // A full disk, too, is one of these. The document is written in more than one piece.
 TEST(Faults, AtAnySystemCallAreToldAndLeaveNoFileOpen)
 {
     const TemporaryFolder folder;
-    const WideString path = Wide((folder / "x.xml").string());
+    const WideString path = Wide(folder.Path("x.xml"));
     const FacePtr<Xml::Document> document =
         GetReader()->Read(Wide("<r a='" + std::string(100000, 'x') + "'>x<!--c--></r>"));
     const std::string told = Tell(document);
-    const std::size_t openFiles = CountOpenFiles();
+    const std::size_t openFiles = OpenDescriptors();
     bool isStruck = true;
     for (unsigned n = 1; isStruck; ++n) {
         std::string read;
@@ -98,7 +92,7 @@ TEST(Faults, AtAnySystemCallAreToldAndLeaveNoFileOpen)
         isStruck = Platform::Seam::CallCount() >= n;
         Platform::Seam::FailNth(0, 0);
         EXPECT_TRUE(failure == "read-io-err" || (failure.empty() && read == told)) << n << " " << failure;
-        EXPECT_EQ(CountOpenFiles(), openFiles) << n;
+        EXPECT_EQ(OpenDescriptors(), openFiles) << n;
     }
 }
 #endif

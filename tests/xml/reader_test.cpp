@@ -1,4 +1,4 @@
-#include "tests/object/temporary_folder.h"
+#include "tests/platform/temporary_folder.h"
 #include "tests/xml/documents.h"
 #include "xml/parser.h"
 #include <tessel/module.h>
@@ -93,8 +93,8 @@ std::string OutcomeInPieces(const std::string& text, std::size_t units)
 std::string FileOutcome(const std::string& bytes)
 {
     const TemporaryFolder folder;
-    Write(folder / "x.xml", bytes);
-    return OutcomeOf([&] { return GetReader()->ReadFile(Wide((folder / "x.xml").string())); });
+    folder.MakeFile("x.xml", bytes);
+    return OutcomeOf([&] { return GetReader()->ReadFile(Wide(folder.Path("x.xml"))); });
 }
 
 } // namespace
@@ -142,6 +142,6 @@ TEST(ReaderOfFiles, CarriesACharacterAcrossBlocks)
 TEST(ReaderOfFiles, TellsAFileThatCannotBeRead)
 {
     const TemporaryFolder folder;
-    for (const std::string& path : {(folder / "none.xml").string(), folder.path.string(), ""s})
+    for (const std::string& path : {folder.Path("none.xml"), folder.Path(), ""s})
         EXPECT_EQ(FailureOf([&] { GetReader()->ReadFile(Wide(path)); }), "read-io-err") << path;
 }

@@ -1,4 +1,4 @@
-#include "tests/object/temporary_folder.h"
+#include "tests/platform/temporary_folder.h"
 #include "tests/xml/documents.h"
 
 #include <gtest/gtest.h>
@@ -102,8 +102,8 @@ TEST(Writer, RefusesWhatTheReaderWouldNotTake)
 TEST(WriterOfFiles, WritesUtf8WithoutAMarkIntoAnEmptiedFile)
 {
     const TemporaryFolder folder;
-    const std::string path = folder / "x.xml";
-    Write(path, std::string(100000, 'x'));
+    const std::string path = folder.Path("x.xml");
+    folder.MakeFile("x.xml", std::string(100000, 'x'));
     for (const std::u16string start : {u"\xE9\xDC00|\xD800<", u"\xE9\xDC00|\xD800<x"}) {
         std::u16string text = start;
         std::string expected = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<r>\xC3\xA9\xEF\xBF\xBD|"
@@ -116,18 +116,17 @@ TEST(WriterOfFiles, WritesUtf8WithoutAMarkIntoAnEmptiedFile)
         const FacePtr<Xml::Document> document = MakeEmptyDocument();
         Insert(*document, u"r")->InsertChild(NodeType::Text, text.c_str(), nullptr);
         GetWriter()->WriteFile(document, Wide(path));
-        EXPECT_EQ(ContentOf(path), expected + "</r>");
+        EXPECT_EQ(folder.Content("x.xml"), expected + "</r>");
     }
 }
 
 TEST(WriterOfFiles, LeavesWhatCameBeforeAFailure)
 {
     const TemporaryFolder folder;
-    const std::string path = folder / "x.xml";
+    const std::string path = folder.Path("x.xml");
     const FacePtr<Xml::Document> document = GetReader()->Read(u"<r><a>x</a></r>");
     document->GetRootElement()->InsertChild(NodeType::CData, u"]]>", nullptr);
     EXPECT_EQ(FailureOf([&] { GetWriter()->WriteFile(document, Wide(path)); }), "xml-writer-cdata");
-    EXPECT_EQ(ContentOf(path), "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<r>\n  <a>x</a>\n  ");
-    EXPECT_EQ(
-        FailureOf([&] { GetWriter()->WriteFile(document, Wide(folder.path.string())); }), "read-io-err");
+    EXPECT_EQ(folder.Content("x.xml"), "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<r>\n  <a>x</a>\n  ");
+    EXPECT_EQ(FailureOf([&] { GetWriter()->WriteFile(document, Wide(folder.Path())); }), "read-io-err");
 }
