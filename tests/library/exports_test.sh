@@ -6,7 +6,9 @@ set -euo pipefail
 library=$1
 list=$2
 
-exported=$(nm --dynamic --demangle --defined-only "$library" | cut -c20- | LC_ALL=C sort -u)
+# What the standard library makes of our types ("Error::Layer* std::copy<...") is in no build that users get: clang
+# shows it where it does not optimise.
+exported=$(nm --dynamic --demangle --defined-only "$library" | cut -c20- | grep -vE '^[^(]* std::' | LC_ALL=C sort -u)
 if ! diff --unified=0 --label "the list" --label "the library" "$list" <(printf '%s\n' "$exported"); then
     echo "The exports have changed. If that is meant, the list is $list" >&2
     exit 1
