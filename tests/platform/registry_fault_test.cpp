@@ -107,7 +107,6 @@ std::function<void(unsigned)> CallFails(int error)
 }
 
 const Fault faults[] = {{"a call fails", CallFails(EIO), Seam::CallCount, false},
-    {"the disk is full", CallFails(ENOSPC), Seam::CallCount, false},
     {"a call is unknown", CallFails(ENOSYS), Seam::CallCount, false},
     {"killed", CallFails(Seam::KILL_PROCESS), Seam::CallCount, true},
     {"no memory", AllocationPlan::FailNth, AllocationPlan::Count, false}};

@@ -139,7 +139,7 @@ TEST(SharingModes, LetOneOfManyWinAtTheSameTime)
     const std::u16string path = folder.Text("file");
     std::atomic<int> holders{0};
     std::atomic<bool> shared{false};
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (int thread = 0; thread < 4; ++thread)
         threads.emplace_back([&, access = thread % 2 == 0 ? GENERIC_READ : GENERIC_WRITE] {
             for (int won = 0; won < 50;) {
@@ -154,8 +154,7 @@ TEST(SharingModes, LetOneOfManyWinAtTheSameTime)
                 CloseHandle(file);
             }
         });
-    for (std::thread& thread : threads)
-        thread.join();
+    threads.clear();
     EXPECT_FALSE(shared);
 }
 
@@ -166,13 +165,12 @@ TEST(SharingModes, NeverRefuseWithoutReason)
     folder.MakeFile("file", "x");
     const std::u16string path = folder.Text("file");
     std::atomic<int> refused{0};
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (int thread = 0; thread < 3; ++thread)
         threads.emplace_back([&, access = accesses[1 + thread]] {
             for (int i = 0; i < 3000; ++i)
                 refused += ErrorOfOpen(path, access, 3) != ERROR_SUCCESS;
         });
-    for (std::thread& thread : threads)
-        thread.join();
+    threads.clear();
     EXPECT_EQ(refused, 0);
 }
