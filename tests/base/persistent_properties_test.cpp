@@ -71,17 +71,14 @@ TEST_F(PersistentPropertiesTest, OfABagThatIsMissingFindNothingAndMakeNothing)
     bag.Delete(u"n");
     bag.Clear();
     bag.DeleteBag();
-    EXPECT_EQ(bag.GetNumber(u"n", 5), 5U);
     EXPECT_EQ(bag.GetString(u"n", u"d"), u"d");
     EXPECT_EQ(TokenOf([&] { static_cast<void>(bag.GetNumber(u"n")); }), "reg-open-key" + at + "') err=2");
     EXPECT_EQ(OpenCode(Platform::HKEY_CURRENT_USER, u"SOFTWARE"), Platform::ERROR_FILE_NOT_FOUND);
     bag.SetNumber(u"n", 1);
     EXPECT_FALSE(bag.IsBagNew());
     EXPECT_EQ(Platform::RegDeleteKeyW(Platform::HKEY_CURRENT_USER, path.c_str()), 0U);
-    bag.Open(u"Client\\Settings", true);
     EXPECT_EQ(
-        TokenOf([&] { static_cast<void>(bag.GetNumber(u"n")); }), "reg-query-val" + at + "\\n') err=1018")
-        << "still the same key";
+        TokenOf([&] { static_cast<void>(bag.GetNumber(u"n")); }), "reg-query-val" + at + "\\n') err=1018");
 }
 
 TEST_F(PersistentPropertiesTest, TellWhatIsMissingAndWhatHasAnotherType)
@@ -98,8 +95,7 @@ TEST_F(PersistentPropertiesTest, TellWhatIsMissingAndWhatHasAnotherType)
         std::function<void(const char16_t*)> act;
         const char16_t* name;
         std::string front, back;
-    } cases[] = {{number, u"x", "reg-query-val", "x') err=2"}, {text, u"x", "reg-query-val", "x') err=2"},
-        {binary, u"x", "reg-query-val", "x') err=2"},
+    } cases[] = {{text, u"x", "reg-query-val", "x') err=2"},
         {text, u"large", "reg-val-badtype", "large') REG_SZ expected"},
         {binary, u"s", "reg-val-badtype", "s') REG_BINARY expected"},
         {number, u"s", "reg-val-badtype", "s') REG_DWORD expected"},
@@ -110,11 +106,9 @@ TEST_F(PersistentPropertiesTest, TellWhatIsMissingAndWhatHasAnotherType)
     for (const auto& c : cases)
         EXPECT_EQ(TokenOf([&] { c.act(c.name); }), c.front + at + "\\" + c.back);
     EXPECT_EQ(TokenOf([&] { static_cast<void>(bag.GetHandle(u"h")); }), "pprop-gethandle-notsupp");
-    EXPECT_EQ(TokenOf([&] { bag.SetHandle(u"h", Handle{1}); }), "pprop-sethandle-notimpl");
     EXPECT_EQ(bag.GetHandle(u"s", Handle{3}), Handle{3});
     EXPECT_EQ(bag.GetString(u"short", u"d"), u"d");
     EXPECT_EQ(bag.GetBinary(u"s", Bytes("AA")), Bytes("AA"));
-    EXPECT_EQ(bag.GetNumber(u"s", 5), 5U);
     EXPECT_EQ(bag.GetNumber(u"long", 5), 5U);
     EXPECT_EQ(bag.GetNumber(u"short", 5), 0x3231U) << "the type alone counts";
 }
@@ -128,7 +122,6 @@ TEST_F(PersistentPropertiesTest, TerminateWhateverTextIsStored)
     for (const auto& [bytes, text] : cases) {
         Key(path).Set(u"s", bytes, Platform::REG_SZ);
         EXPECT_EQ(bag.GetString(u"s"), text.c_str()) << bytes.size();
-        EXPECT_EQ(bag.GetString(u"s", u"d"), text.c_str()) << bytes.size();
     }
 }
 
@@ -179,62 +172,37 @@ TEST_F(PersistentPropertiesTest, OfOthersAreReadOrRefused)
         if (shared.GetNumber(u"n") != 0x34333231 || shared.EnumProperties() != Names{u"n"})
             return 1;
         const std::string machine = "('HKEY_LOCAL_MACHINE\\SOFTWARE\\Shared') err=5";
-        const std::function<void()> writes[] = {
-            [&] { shared.SetNumber(u"n", 1); }, [&] { shared.Clear(); }, [&] { shared.Delete(u"n"); }};
-        for (const auto& write : writes)
-            if (TokenOf(write) != "reg-open-key" + machine)
-                return 2;
+        if (TokenOf([&] { shared.SetNumber(u"n", 1); }) != "reg-open-key" + machine)
+            return 2;
         if (TokenOf([&] { shared.DeleteBag(); }) != "reg-delete-key" + machine
             || shared.GetNumber(u"n", 5) != 0x34333231) // opened again, for reading
             return 3;
         // A user's hive gives defaults to others, and fails where there is none.
         PersistentProperties others;
         others.Open(u"Client\\Settings", true);
-        if (!others.IsBagNew() || others.GetNumber(u"n", 5) != 5 || others.GetString(u"n", u"d") != u"d")
-            return 4;
-        return TokenOf([&] { static_cast<void>(others.GetType(u"n")); }) == "reg-open-key" + at + "') err=5"
-            ? 0
-            : 5;
+        const std::string failure = TokenOf([&] { static_cast<void>(others.GetType(u"n")); });
+        return others.GetNumber(u"n", 5) == 5 && failure == "reg-open-key" + at + "') err=5" ? 0 : 4;
     });
     EXPECT_EQ(failedAt, 0);
-}
-
-TEST_F(PersistentPropertiesTest, ImportUpToTheHandle)
-{
-    MemoryProperties source;
-    source.SetNumber(u"a", 1);
-    source.SetHandle(u"b", Handle{2});
-    source.SetNumber(u"c", 3);
-    EXPECT_EQ(TokenOf([&] { bag.Import(source.Export()); }), "pprop-sethandle-notimpl");
-    EXPECT_EQ(bag.EnumProperties(), Names{u"a"});
-    source.Delete(u"b");
-    bag.Import(source.Export());
-    EXPECT_EQ(bag.Export(), source.Export());
 }
 
 // A text that grows and shrinks between the two looks at it comes out as one that was set.
 TEST_F(PersistentPropertiesTest, ReadWholeTextsWhileAnotherWrites)
 {
+    std::vector<WideString> texts;
+    for (const unsigned length : {3, 300, 3000, 30})
+        texts.push_back(WideString().Append(u'a', length));
     std::atomic<bool> done{false};
-    bag.SetString(u"s", u"aaa");
-    std::thread writer([&] {
+    bag.SetString(u"s", texts[0]);
+    std::jthread writer([&] {
         PersistentProperties other;
         other.Open(u"Client\\Settings", true);
         for (unsigned i = 0; i < 2000; ++i)
-            other.SetString(u"s",
-                WideString().Append(
-                    u"abcd" [i % 4], std::array { 3, 300, 3000, 30 }[i % 4]));
+            other.SetString(u"s", texts[i % 4]);
         done = true;
     });
-    while (!done) {
-        const WideString read = bag.GetString(u"s");
-        const unsigned letter = read.c_str()[0] - u'a';
-        ASSERT_LT(letter, 4U);
-        EXPECT_EQ(read,
-            WideString().Append(
-                u"abcd" [letter], std::array { 3, 300, 3000, 30 }[letter]));
-    }
-    writer.join();
+    while (!done)
+        EXPECT_EQ(std::count(texts.begin(), texts.end(), bag.GetString(u"s")), 1);
 }
 
 TEST_F(PersistentPropertiesTest, WithoutMemoryLeakNothingAndLoseNothing)

@@ -55,8 +55,7 @@ TEST(Properties, ImportKeepsWhatWasReadBeforeAFailure)
     const struct {
         const char* bytes;
         const char16_t* names;
-    } cases[] = {{"10 13 48 5B", u""}, {"10 13 48 5B 02000080 00000000", u""},
-        {"10 13 48 5B 01000080 FFFFFFFF", u""},
+    } cases[] = {{"10 13 48 5B 02000080 00000000", u""}, {"10 13 48 5B 01000080 FFFFFFFF", u""},
         {"10 13 48 5B 01000080 02000000 04000000 B0040000 6100 0000 01000000 07000000", u"a "},
         // types that no bag has: a face, and beyond all of them
         {"10 13 48 5B 01000080 01000000 04000000 B0040000 6100 0000 04000000", u""},
@@ -82,8 +81,7 @@ TEST(Properties, MergeComparesNamesExactly)
         bool exclude;
         const char16_t* expected;
     } cases[] = {{{}, true, u"Age Hnd Key Own "}, {{}, false, u"Own "}, {{u"Age"}, true, u"Hnd Key Own "},
-        {{u"age"}, true, u"Age Hnd Key Own "}, {{u"Key", u"Age", u"None"}, false, u"Age Key Own "},
-        {{u"KEY"}, false, u"Own "}};
+        {{u"age"}, true, u"Age Hnd Key Own "}, {{u"Key", u"Age", u"None"}, false, u"Age Key Own "}};
     for (const auto& c : cases) {
         MemoryProperties bag;
         bag.SetNumber(u"Own", 1);
@@ -96,29 +94,25 @@ TEST(Properties, MergeComparesNamesExactly)
 
 TEST(Properties, IsSubsetOfComparesTypesAndValues)
 {
-    const auto with = [](const std::function<void(MemoryProperties&)>& change) {
-        MemoryProperties bag = Sample();
-        bag.SetString(u"Text", u"Straße");
-        change(bag);
-        return bag;
-    };
-    const MemoryProperties bag = with([](MemoryProperties&) {});
+    MemoryProperties bag = Sample();
+    bag.SetString(u"Text", u"Straße");
     const struct {
-        MemoryProperties other;
+        std::function<void(MemoryProperties&)> change;
         bool sensitive, insensitive;
-    } cases[] = {{with([](auto& b) { b.SetNumber(u"More", 1); }), true, true},
-        {with([](auto& b) { b.SetString(u"Text", u"STRAßE"); }), false, true},
-        {with([](auto& b) { b.SetNumber(u"Age", 8); }), false, false},
-        {with([](auto& b) { b.SetString(u"Age", u"7"); }), false, false},
-        {with([](auto& b) { b.SetBinary(u"Key", Bytes("AABB")); }), false, false},
-        {with([](auto& b) { b.SetHandle(u"Hnd", Handle{0x0122334455667788}); }), false, false},
-        {with([](auto& b) { b.Delete(u"Hnd"); }), false, false}, {MemoryProperties(), false, false}};
+    } cases[] = {{[](auto& b) { b.SetNumber(u"More", 1); }, true, true},
+        {[](auto& b) { b.SetString(u"Text", u"STRAßE"); }, false, true},
+        {[](auto& b) { b.SetNumber(u"Age", 8); }, false, false},
+        {[](auto& b) { b.SetString(u"Age", u"7"); }, false, false},
+        {[](auto& b) { b.SetBinary(u"Key", Bytes("AABB")); }, false, false},
+        {[](auto& b) { b.SetHandle(u"Hnd", Handle{0x0122334455667788}); }, false, false},
+        {[](auto& b) { b.Clear(); }, false, false}};
     for (const auto& c : cases) {
-        const std::string other = ::testing::PrintToString(c.other.Export());
-        EXPECT_EQ(bag.IsSubsetOf(c.other, true), c.sensitive) << other;
-        EXPECT_EQ(bag.IsSubsetOf(c.other, false), c.insensitive) << other;
+        MemoryProperties other = bag;
+        c.change(other);
+        const std::string text = ::testing::PrintToString(other.Export());
+        EXPECT_EQ(bag.IsSubsetOf(other, true), c.sensitive) << text;
+        EXPECT_EQ(bag.IsSubsetOf(other, false), c.insensitive) << text;
     }
-    EXPECT_TRUE(MemoryProperties().IsSubsetOf(bag, true));
 }
 
 TEST(Properties, WithoutMemoryLeakNothingAndStayUsable)

@@ -36,17 +36,13 @@ TEST(String, SharesUntilOneIsWritten)
 
 TEST(String, GrowsInSteps)
 {
-    const struct {
-        std::uint32_t asked, given;
-    } cases[] = {{1, 16}, {16, 16}, {17, 32}, {65, 128}, {256, 256}, {257, 512}, {512, 512}, {513, 768}};
-    for (const auto& c : cases) {
+    const std::pair<std::uint32_t, std::uint32_t> cases[] = {
+        {0, 2}, {1, 16}, {17, 32}, {65, 128}, {256, 256}, {257, 512}, {513, 768}};
+    for (const auto& [asked, given] : cases) {
         WideString text;
-        ASSERT_NE(text.PrepareWriting(c.asked, false), nullptr);
-        EXPECT_EQ(text.GetCapacity(), c.given) << "for " << c.asked;
+        EXPECT_NE(text.PrepareWriting(asked, true), WideString().c_str());
+        EXPECT_EQ(text.GetCapacity(), given) << "for " << asked;
     }
-    WideString empty;
-    EXPECT_NE(empty.PrepareWriting(0, true), WideString().c_str());
-    EXPECT_EQ(empty.GetCapacity(), 2U);
 }
 
 TEST(String, ClearKeepsAPrivateBufferAndLetsGoASharedOne)
@@ -95,19 +91,8 @@ TEST(String, ConvertsBetweenItsFlavours)
     EXPECT_EQ(WideString("gr\xC3\xBC\xC3\x9F \xF0\x9F\x98\x80"), u"grüß 😀");
     EXPECT_STREQ(NarrowString(u"grüß 😀").c_str(), "gr\xC3\xBC\xC3\x9F \xF0\x9F\x98\x80");
     WideString text = u"something longer than what comes";
-    text = "\xE2\x82\xAC";
-    EXPECT_EQ(text, u"€");
     text = static_cast<const char*>(nullptr);
     EXPECT_TRUE(text.IsEmpty());
-    EXPECT_TRUE(WideString(text.c_str(), text.c_str()).IsEmpty());
-}
-
-TEST(String, ComparesByUnsignedUnits)
-{
-    EXPECT_LT(WideString(u"a"), WideString(u"\uFFFF"));
-    EXPECT_LT(WideString(u"ab"), WideString(u"abc"));
-    EXPECT_LT(WideString(u"Z"), WideString(u"a"));
-    EXPECT_EQ(WideString(u"a") + u"b", u"ab");
 }
 
 TEST(String, FormatsAnythingHoweverLong)
@@ -115,16 +100,12 @@ TEST(String, FormatsAnythingHoweverLong)
     WideString text;
     text.Printf(u"%d|%5s|%-4x|%hs|%I64d", -7, u"ab", 0xBEEFU, "narrow", 1LL << 40);
     EXPECT_EQ(text, u"-7|   ab|beef|narrow|1099511627776");
-    text.Printf(u"%s", u"");
-    EXPECT_TRUE(text.IsEmpty());
-    for (const std::size_t length : {254U, 255U, 256U, 257U, 511U, 512U, 1U << 20}) {
+    for (const std::size_t length : {0U, 254U, 255U, 256U, 257U, 511U, 512U, 1U << 20}) {
         const WideString piece = Repeated(u'y', length);
-        WideString printed;
-        printed.Printf(u"%s", piece);
-        EXPECT_EQ(printed, piece) << length;
-        WideString formatted;
-        formatted.Format(u"%1", piece);
-        EXPECT_EQ(formatted, piece) << length;
+        text.Printf(u"%s", piece);
+        EXPECT_EQ(text, piece) << length;
+        text.Format(u"%1", piece);
+        EXPECT_EQ(text, piece) << length;
     }
     WideString small;
     small.Printf(u"%s", Repeated(u'z', 7)); // 7 characters and a terminator fit 16 bytes
@@ -133,15 +114,12 @@ TEST(String, FormatsAnythingHoweverLong)
 
 TEST(String, FormatFailuresClear)
 {
-    WideString text = u"before";
-    text.Format(u"%1!d", u"no end of the format");
-    EXPECT_TRUE(text.IsEmpty());
-    text = u"before";
-    text.Format(u"");
-    EXPECT_TRUE(text.IsEmpty());
-    text = u"before";
-    text.Format(u"%1", u""); // an empty result is no result
-    EXPECT_TRUE(text.IsEmpty());
+    for (const char16_t* const format : {u"%1!d", u"", u"%2"}) {
+        WideString text = u"before";
+        text.Format(format, u"no end of the format", u"");
+        EXPECT_TRUE(text.IsEmpty());
+    }
+    WideString text;
     text.SystemError(2, u"Open: ");
     EXPECT_EQ(text, u"Open: No such file or directory");
     text.SystemError(0x7FFFFFFF, u"Open: ");
@@ -166,7 +144,6 @@ TEST(String, WithoutMemoryIsEmptyAndUsable)
     withoutMemory(1, [&](WideString& text) { text = big.c_str(); });
     withoutMemory(1, [&](WideString& text) { text.Printf(u"%s", big); });
     withoutMemory(1, [&](WideString& text) { text.Format(u"%1", big); });
-    withoutMemory(1, [&](WideString& text) { text = WideString(big.c_str()); });
     withoutMemory(0, [&](WideString& text) { EXPECT_EQ(text.PrepareWriting(0xFFFFFFFF, true), nullptr); });
 }
 
@@ -205,11 +182,8 @@ TEST(String, StoredFormIsReadBackAndChecked)
         const char16_t* text;
     } cases[] = {{"empty, whatever follows", std::string("\0\0\0\0\xFF\xFF", 6), 6, 4, u""},
         {"own order", std::string("\6\0\0\0\xB0\4\0\0a\0b\0\0\0", 14), 14, 14, u"ab"},
-        {"the numbers turned, the text not",
-            std::string("\0\0\0\6\0\0\4\xB0"
-                        "a\0b\0\0\0",
-                14),
-            14, 14, u"ab"},
+        {"the numbers turned, the text not", std::string("\0\0\0\6\0\0\4\xB0\141\0b\0\0\0", 14), 14, 14,
+            u"ab"},
         {"ending before its size does", std::string("\6\0\0\0\xB0\4\0\0\0\0b\0\0\0", 14), 14, 14, u""},
         {"another code page", std::string("\5\0\0\0\xE4\4\0\0caf\xE9\0", 13), 13, 13, u"café"},
         {"a converter that knows no terminator", std::string("\3\0\0\0\xE8\xFD\0\0ab\0", 11), 11, 11, u"ab"},
@@ -228,7 +202,6 @@ TEST(String, StoredFormIsReadBackAndChecked)
 
 TEST(Hash, IsSumAndLengthAtEveryAlignment)
 {
-    EXPECT_EQ(GetSimpleStringHash(u""), 0U);
     EXPECT_EQ(GetSimpleStringHash(u"abc"), 0x01260003U);
     EXPECT_EQ(GetSimpleStringHash(u"IID_BaseFace"), 0x041F000CU);
     EXPECT_EQ(GetSimpleStringHash(u"IID_BaseFace"), HashOfLiteral(u"IID_BaseFace"));

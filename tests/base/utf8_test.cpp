@@ -1,4 +1,3 @@
-#include "base/text_builder.h"
 #include <tessel/base/utf8.h>
 
 #include <gtest/gtest.h>
@@ -17,9 +16,8 @@ TEST(Utf8, NeverTakesABrokenLastCharacter)
         const char* source;
         std::uint32_t bytes;
         const char16_t* text;
-    } cases[] = {{"a\xE2\x82\xAC", 4, u"a€"}, {"a\xE2\x82\xAC", 3, u"a"}, {"a\xE2\x82\xAC", 2, u"a"},
-        {"abc", 0, u""}, {"ab\0cd", 5, u"ab"}, {"\xF0\x9F\x98\x80", 3, u""},
-        {"\xE2\x82\xAC", 0xFFFFFFFF, u"€"},
+    } cases[] = {{"a\xE2\x82\xAC", 4, u"a€"}, {"a\xE2\x82\xAC", 3, u"a"}, {"ab\0cd", 5, u"ab"},
+        {"\xF0\x9F\x98\x80", 3, u""}, {"\xE2\x82\xAC", 0xFFFFFFFF, u"€"},
         // a first byte that announces five bytes or more is cut off, whatever follows
         {"a\xF8\x88", 3, u"a"},
         // inside the text, what is no UTF-8 is replaced
@@ -43,20 +41,6 @@ TEST(Utf8, LimitCountsTheTerminator)
         {u"\xD83D", 0, std::string("\xEF\xBF\xBD\0", 4)}};
     for (const auto& c : cases)
         EXPECT_EQ(Bytes(StringToUtf8(c.text, c.limit)), c.bytes) << c.limit;
-}
-
-TEST(TextBuilder, PutsPiecesTogether)
-{
-    TextBuilder builder;
-    EXPECT_TRUE(builder.Take().IsEmpty());
-    std::u16string expected;
-    for (int i = 0; i < 1000; ++i) {
-        builder.Add(u"piece ").Add(u'.').Add(WideString(u"x"));
-        expected += u"piece .x";
-    }
-    EXPECT_EQ(builder.GetLength(), expected.size());
-    EXPECT_EQ(builder.Take(), expected.c_str());
-    EXPECT_EQ(builder.Add(u"anew").Take(), u"anew");
 }
 
 } // namespace

@@ -16,9 +16,4 @@ struct Gadget : Face<> {
     virtual void Fail(bool standard) = 0;
 };
 
-// While a gadget of this class is made, the gate is open to others: it waits for the value to change.
-struct Gate : Face<> {
-    static constexpr Iid iid = u"IID_Testing::Gate"_iid;
-};
-
 } // namespace Testing

@@ -30,17 +30,15 @@ private:
 };
 using Counted = Impl<CountedImpl, Module>;
 
-template <class Work>
-void RunThreads(unsigned count, Work work)
-{
-    std::vector<std::thread> threads;
-    for (unsigned i = 0; i < count; ++i)
-        threads.emplace_back([=] { work(i); });
-    for (std::thread& thread : threads)
-        thread.join();
-}
-
 constexpr unsigned threadCount = 4;
+
+template <class Work>
+void RunThreads(Work work)
+{
+    std::vector<std::jthread> threads;
+    for (unsigned i = 0; i < threadCount; ++i)
+        threads.emplace_back([=] { work(i); });
+}
 
 // Where the threads of a test wait for each other, any number of times.
 class Meeting {
@@ -68,7 +66,7 @@ TEST(ObjectRace, ReferencesAndWeakReferencesNeverMeetADeadObject)
     static Place places[3];
     static std::atomic<unsigned> locked;
     locked = 0;
-    RunThreads(threadCount, [](unsigned seed) {
+    RunThreads([](unsigned seed) {
         std::mt19937 random(seed);
         FacePtr<Named> held;
         for (int i = 0; i < 200000; ++i) {
@@ -118,7 +116,7 @@ TEST(ObjectRace, LastReleaseAgainstLocksAndDetaches)
     static std::unique_ptr<WeakPtr<Named>> weak[threadCount];
     static std::atomic<unsigned> survivals;
     survivals = 0;
-    RunThreads(threadCount, [](unsigned self) {
+    RunThreads([](unsigned self) {
         for (int round = 0; round < 5000; ++round) {
             if (self == 0) {
                 const FacePtr<Named> made = MakeFace<Counted>();
@@ -156,7 +154,7 @@ TEST(ObjectRace, FirstReferenceIsCountedOnceWhoeverLocksIt)
     static Meeting meeting;
     static BaseFace::WeakReference weak[threadCount];
     constexpr int rounds = 5000;
-    RunThreads(threadCount, [](unsigned self) {
+    RunThreads([](unsigned self) {
         for (int round = 0; round < rounds; ++round) {
             if (self == 0) {
                 auto* const bare = new Impl<CountedImpl, CountingFirsts>;
@@ -180,7 +178,7 @@ TEST(ObjectRace, FirstReferenceIsCountedOnceWhoeverLocksIt)
 
 TEST(ObjectRace, SingletonIsAlwaysAlive)
 {
-    RunThreads(threadCount, [](unsigned) {
+    RunThreads([](unsigned) {
         WeakPtr<CountedImpl> former;
         for (int i = 0; i < 30000; ++i) {
             const auto revived = former.Lock();
@@ -197,7 +195,7 @@ TEST(ObjectRace, WeakMapGivesOnlyLivingValues)
 {
     static WeakMap<unsigned, Named> map;
     static WeakMultiMap<unsigned, Named> multi;
-    RunThreads(threadCount, [](unsigned seed) {
+    RunThreads([](unsigned seed) {
         std::mt19937 random(seed);
         std::vector<FacePtr<Named>> own(8);
         for (int i = 0; i < 20000; ++i) {
@@ -219,21 +217,6 @@ TEST(ObjectRace, WeakMapGivesOnlyLivingValues)
         }
     });
     EXPECT_EQ(living, 0);
-}
-
-TEST(ObjectRace, SectionKeepsThreadsApart)
-{
-    static CriticalSection section;
-    static int counter;
-    counter = 0;
-    RunThreads(threadCount, [](unsigned) {
-        for (int i = 0; i < 50000; ++i) {
-            const SectionLock outer(section);
-            const SectionLock inner(section);
-            ++counter;
-        }
-    });
-    EXPECT_EQ(counter, 200000);
 }
 
 } // namespace Testing
