@@ -1,12 +1,12 @@
 // Value files of the registry with any bytes in them. They are read with rooms of several sizes, then
 // written, and must give what was written. So that not every input ends at a wrong checksum, the checksums of
 // an input with an odd first byte are put right first; this byte is not part of the file.
+#include "fuzz/require.h"
 #include "platform/linux/registry/checksum.h"
 #include "platform/linux/registry/file_name.h"
 #include "platform/linux/registry/value_file.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <sys/mman.h>
@@ -15,12 +15,6 @@
 using namespace Platform::Registry;
 
 namespace {
-
-void Require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
 
 template <class Number>
 Number At(const std::string& file, std::size_t position)

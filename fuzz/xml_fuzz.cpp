@@ -1,6 +1,7 @@
 // Documents from any bytes. Three roads must agree: the text in one piece, in pieces of the length that the
 // first byte gives, and, as bytes, through a file. What was read is written, and must read as the same tree,
 // but for white space that stands alone.
+#include "fuzz/require.h"
 #include "xml/document_factory.h"
 #include "xml/parser.h"
 #include "xml/reader_writer.h"
@@ -11,7 +12,6 @@
 #include <tessel/object/manager.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -21,12 +21,6 @@
 using Xml::NodeType;
 
 namespace {
-
-void Require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
 
 const FacePtr<Impl<Xml::ReaderWriterFactory, Module>>& GetReaderWriter()
 {
