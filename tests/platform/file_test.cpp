@@ -68,17 +68,15 @@ TEST(OpenedFile, IsMadeAndEmptiedAsTheDispositionSays)
         {OPEN_EXISTING, ERROR_FILE_NOT_FOUND, ERROR_SUCCESS, "old"},
         {OPEN_ALWAYS, ERROR_SUCCESS, ERROR_SUCCESS, "old"},
         {TRUNCATE_EXISTING, ERROR_FILE_NOT_FOUND, ERROR_SUCCESS, ""},
-        {0, ERROR_INVALID_PARAMETER, ERROR_INVALID_PARAMETER, "old"},
         {6, ERROR_INVALID_PARAMETER, ERROR_INVALID_PARAMETER, "old"}};
     for (const auto& c : cases) {
         const TemporaryFolder folder;
         folder.MakeFile("there", "old");
-        EXPECT_EQ(ErrorOfOpen(folder.Text("missing"), GENERIC_WRITE, c.disposition), c.errorIfMissing)
-            << c.disposition;
-        EXPECT_EQ(folder.Has("missing"), c.errorIfMissing == ERROR_SUCCESS) << c.disposition;
-        EXPECT_EQ(ErrorOfOpen(folder.Text("there"), GENERIC_WRITE, c.disposition), c.errorIfThere)
-            << c.disposition;
-        EXPECT_EQ(folder.Content("there"), c.contentAfter) << c.disposition;
+        SCOPED_TRACE(c.disposition);
+        EXPECT_EQ(ErrorOfOpen(folder.Text("missing"), GENERIC_WRITE, c.disposition), c.errorIfMissing);
+        EXPECT_EQ(folder.Has("missing"), c.errorIfMissing == ERROR_SUCCESS);
+        EXPECT_EQ(ErrorOfOpen(folder.Text("there"), GENERIC_WRITE, c.disposition), c.errorIfThere);
+        EXPECT_EQ(folder.Content("there"), c.contentAfter);
     }
 }
 
@@ -94,7 +92,6 @@ TEST(OpenedFile, TellsWhyItCannotBe)
         const char* name;
         std::uint32_t access, disposition, flags, error;
     } cases[] = {{"no/file", GENERIC_READ, OPEN_EXISTING, 0, ERROR_PATH_NOT_FOUND},
-        {"file/x", GENERIC_READ, OPEN_EXISTING, 0, ERROR_PATH_NOT_FOUND},
         {"dangling", GENERIC_READ, OPEN_EXISTING, 0, ERROR_FILE_NOT_FOUND},
         {"dangling", GENERIC_WRITE, CREATE_NEW, 0, ERROR_FILE_EXISTS},
         {"loop", GENERIC_READ, OPEN_EXISTING, 0, ERROR_CANT_RESOLVE_FILENAME},
@@ -105,7 +102,6 @@ TEST(OpenedFile, TellsWhyItCannotBe)
         {"pipe", FILE_READ_ATTRIBUTES, OPEN_EXISTING, 0, ERROR_SUCCESS},
         {"file", GENERIC_READ, TRUNCATE_EXISTING, 0, ERROR_INVALID_PARAMETER},
         {"file", 1, OPEN_EXISTING, 0, ERROR_INVALID_PARAMETER},
-        {"file", GENERIC_READ, OPEN_EXISTING, 1, ERROR_SUCCESS},
         {"file", GENERIC_READ, OPEN_EXISTING, 4, ERROR_INVALID_PARAMETER}};
     for (const auto& c : cases)
         EXPECT_EQ(ErrorOfOpen(folder.Text(c.name), c.access, c.disposition, c.flags), c.error)
@@ -162,27 +158,22 @@ TEST(OpenedFile, HasOnePositionForAllTransfers)
     const TemporaryFolder folder;
     SetLastError(4711);
     const Handle file = Open(folder.Text("file"), READ_WRITE, OPEN_ALWAYS);
+    Handle duplicate;
+    ASSERT_TRUE(DuplicateHandle(file, &duplicate, 0, DUPLICATE_SAME_ACCESS));
     std::uint32_t count = 0;
-    ASSERT_TRUE(WriteFile(file, "0123456789", 10, &count));
+    EXPECT_TRUE(WriteFile(file, "0123456789", 10, &count));
     EXPECT_EQ(GetLastError(), 4711U) << "success leaves it alone";
-    EXPECT_EQ(count, 10U);
     EXPECT_EQ(ReadAll(file), "");
     EXPECT_EQ(Seek(file, 3, FILE_BEGIN), 3);
     EXPECT_EQ(ReadAll(file, 4), "3456");
     EXPECT_EQ(Seek(file, -2, FILE_CURRENT), 5);
-    Handle duplicate;
-    ASSERT_TRUE(DuplicateHandle(file, &duplicate, 0, DUPLICATE_SAME_ACCESS));
     EXPECT_EQ(ReadAll(duplicate, 2), "56");
-    EXPECT_EQ(ReadAll(file), "789");
-    EXPECT_EQ(Seek(file, 6, FILE_BEGIN), 6);
+    EXPECT_EQ(Seek(file, -4, FILE_END), 6);
     EXPECT_TRUE(SetEndOfFile(file));
-    EXPECT_EQ(folder.Content("file"), "012345");
     EXPECT_EQ(Seek(file, 2, FILE_END), 8);
-    EXPECT_TRUE(SetEndOfFile(file));
+    EXPECT_TRUE(SetEndOfFile(file) && FlushFileBuffers(file));
     EXPECT_EQ(folder.Content("file"), std::string("012345\0\0", 8));
-    EXPECT_TRUE(FlushFileBuffers(file));
-    EXPECT_TRUE(CloseHandle(file));
-    EXPECT_TRUE(CloseHandle(duplicate));
+    EXPECT_TRUE(CloseHandle(file) && CloseHandle(duplicate));
 }
 
 TEST(OpenedFile, IsPositionedByNumbersOf64Bits)
@@ -199,7 +190,7 @@ TEST(OpenedFile, IsPositionedByNumbersOf64Bits)
         EXPECT_EQ(high, static_cast<std::uint32_t>(size >> 32));
     }
     EXPECT_EQ(Seek(file, -1'000'000'000, FILE_END), 4'000'000'000);
-    EXPECT_EQ(SetFilePointer(file, -1, nullptr, FILE_CURRENT), 3'999'999'999U);
+    EXPECT_EQ(SetFilePointer(file, -1, nullptr, FILE_CURRENT), 3'999'999'999U) << "of 32 bits";
     EXPECT_EQ(Seek(file, -1, FILE_BEGIN), -1);
     EXPECT_EQ(GetLastError(), ERROR_NEGATIVE_SEEK);
     EXPECT_EQ(Seek(file, INT64_MAX, FILE_CURRENT), -1);
@@ -212,20 +203,21 @@ TEST(OpenedFile, IsPositionedByNumbersOf64Bits)
 TEST(OpenedFile, TellsWhatWasWrittenBeforeTheDiskWasFull)
 {
     const TemporaryFolder folder;
-    const int exit = InAnotherProcess([&] {
+    EXPECT_EQ(InAnotherProcess([&] {
         ::signal(SIGXFSZ, SIG_IGN);
         const rlimit limit{10'000, 10'000};
         ::setrlimit(RLIMIT_FSIZE, &limit);
         const Handle file = Open(folder.Text("file"), READ_WRITE, CREATE_NEW);
         const std::string block(16'000, 'x');
         std::uint32_t written = 0;
-        const bool first = WriteFile(file, block.data(), 16'000, &written);
-        const bool exact = first && written == 10'000;
-        const bool second = WriteFile(file, block.data() + written, 16'000 - written, &written);
-        const bool told = !second && written == 0 && GetLastError() == ERROR_FILE_TOO_LARGE;
-        return exact && told && Seek(file, 9'999, FILE_BEGIN) == 9'999 && ReadAll(file) == "x" ? 0 : 1;
-    });
-    EXPECT_EQ(exit, 0);
+        EXPECT_TRUE(WriteFile(file, block.data(), 16'000, &written));
+        EXPECT_EQ(written, 10'000U);
+        EXPECT_EQ(ErrorOf(WriteFile(file, block.data(), 6'000, &written)), ERROR_FILE_TOO_LARGE);
+        EXPECT_EQ(written, 0U);
+        return ::testing::Test::HasFailure();
+    }),
+        0);
+    EXPECT_EQ(folder.Content("file"), std::string(10'000, 'x'));
 }
 
 TEST(FileSystems, AreNotCrossedAndTellThatTheyAreReadOnly)
@@ -385,18 +377,15 @@ TEST(RuntimeFile, TellsItsFailures)
 {
     const TemporaryFolder folder;
     folder.MakeFile("file", "four");
-    char content[8];
     EXPECT_EQ(_wfopen(folder.Text("no").c_str(), u"r"), nullptr);
     EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
     EXPECT_EQ(_wfopen(folder.Text("file").c_str(), u"rw"), nullptr);
     EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+    char content[8];
     Platform::FILE* const file = _wfopen(folder.Text("file").c_str(), u"r");
     EXPECT_EQ(fread(content, 3, 2, file), 1U) << "whole items";
+    EXPECT_EQ(ferror(file), 0);
     EXPECT_EQ(fread(content, SIZE_MAX / 2, 3, file), 0U);
     EXPECT_NE(ferror(file), 0);
     EXPECT_NE(fclose(file), 0);
-    Platform::FILE* const reader = _wfopen(folder.Text("file").c_str(), u"r");
-    EXPECT_EQ(fwrite("x", 1, 1, reader), 0U);
-    EXPECT_NE(ferror(reader), 0);
-    EXPECT_NE(fclose(reader), 0);
 }

@@ -64,17 +64,6 @@ TEST(Handles, FindOutEveryNumberThatIsNoOpenHandleOfTheirKind)
     EXPECT_EQ(living, 0);
 }
 
-TEST(Handles, KeepAnObjectForTheCallThatUsesIt)
-{
-    const Handle handle = MakeProbe();
-    ObjectRef<Probe> used = FindHandle<Probe>(handle, 0);
-    ASSERT_TRUE(CloseHandle(handle));
-    EXPECT_TRUE(used->alive);
-    EXPECT_EQ(living, 1);
-    used = {};
-    EXPECT_EQ(living, 0);
-}
-
 TEST(Handles, AreDuplicatedWithAtMostTheirOwnRights)
 {
     const Handle handle = MakeProbe();
@@ -119,9 +108,8 @@ TEST(Handles, CountAnyNumberOfLookUps)
                 FindHandle<Probe>(handle, 0);
         });
     threads.clear();
-    EXPECT_TRUE(kept->alive);
     EXPECT_TRUE(CloseHandle(handle));
-    EXPECT_EQ(living, 1);
+    EXPECT_TRUE(kept->alive && living == 1) << "the call that uses it keeps it";
 }
 
 // One thread opens and closes, others use the numbers that it published, mostly stale ones.

@@ -242,13 +242,14 @@ TEST(RegistryHive, OfTheMachineIsReadByAllAndWrittenByTheAdministrator)
     EXPECT_EQ(registry.Status("machine/keys/software/stamp").st_mode & 0777U, 0644U);
     EXPECT_EQ(AsOrdinaryUser([&] {
         const Key reading(Opened(HKEY_LOCAL_MACHINE, u"SOFTWARE", KEY_READ));
-        if (reading.Get(u"LangList") != "0409" || reading.Values() != Names{u"LangList", u"v"})
-            return 1;
+        EXPECT_EQ(reading.Get(u"LangList"), "0409");
+        EXPECT_EQ(reading.Values(), (Names{u"LangList", u"v"}));
         Handle made;
-        const std::uint32_t codes[] = {OpenCode(HKEY_LOCAL_MACHINE, u"SOFTWARE", KEY_READ | KEY_WRITE),
-            RegCreateKeyExW(HKEY_LOCAL_MACHINE, u"n", 0, nullptr, 0, KEY_READ, nullptr, &made, nullptr),
-            RegDeleteKeyW(HKEY_LOCAL_MACHINE, u"more")};
-        return std::count(codes, codes + 3, ERROR_ACCESS_DENIED) == 3 ? 0 : 2;
+        for (const std::uint32_t code : {OpenCode(HKEY_LOCAL_MACHINE, u"SOFTWARE", KEY_READ | KEY_WRITE),
+                 RegCreateKeyExW(HKEY_LOCAL_MACHINE, u"n", 0, nullptr, 0, KEY_READ, nullptr, &made, nullptr),
+                 RegDeleteKeyW(HKEY_LOCAL_MACHINE, u"more")})
+            EXPECT_EQ(code, ERROR_ACCESS_DENIED);
+        return HasFailure();
     }),
         0);
     ASSERT_EQ(::chown(registry.Path("machine").c_str(), 65534, 65534), 0);
