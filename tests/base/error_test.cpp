@@ -18,15 +18,6 @@ public:
     ~Speaking() { Hooks::SetLanguage(nullptr); }
 };
 
-TEST(Error, InternalOneIsATagAndAToken)
-{
-    const Speaking english(0x409);
-    const Error error("reg-open-key('%s') err=%d", "tessel", u"HKLM\\X", 5);
-    EXPECT_EQ(error.GetLayerCount(), 1U);
-    EXPECT_EQ(error.GetLayerCode(0), Error::internal);
-    EXPECT_EQ(error.Format(), u"An internal error occured (tessel: reg-open-key('HKLM\\X') err=5).");
-}
-
 TEST(Error, FormatShowsTheNewestAndTheShownLayer)
 {
     const Speaking english(0x409);

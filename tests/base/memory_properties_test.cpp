@@ -108,7 +108,7 @@ TEST(MemoryProperties, ShareContentsBetweenThreads)
     for (std::uint32_t i = 0; i < 200; ++i)
         bag.SetNumber(Numbered(i), i);
     const Binary expected = bag.Export();
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (int t = 0; t < 4; ++t)
         threads.emplace_back([&expected, mine = bag]() mutable {
             for (std::uint32_t i = 0; i < 200; ++i) {
@@ -120,8 +120,6 @@ TEST(MemoryProperties, ShareContentsBetweenThreads)
             }
         });
     bag.Clear();
-    for (std::thread& thread : threads)
-        thread.join();
 }
 
 } // namespace

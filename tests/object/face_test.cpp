@@ -41,7 +41,6 @@ TEST(FacePtr, StrictConversionThrowsAndSoftOneDoesNot)
         left.Cast<Stranger>("xml");
         FAIL() << "converted to a face that the object lacks";
     } catch (const Error& error) {
-        EXPECT_EQ(error.GetLayerCode(0), Error::internal);
         EXPECT_EQ(error.Format(), u"An internal error occured (xml: Cast<IID_Testing::Stranger>).");
     }
 }
@@ -85,13 +84,7 @@ TEST(FacePtr, IsOrderedByObject)
     EXPECT_EQ((std::set<FacePtr<Named>>{nullptr, left, right, other, nullptr}).size(), 3U);
 }
 
-// Counts the two operations, and in the library's way nothing else.
-struct PairLocker {
-    static void Lock() noexcept { ++locks; }
-    static void Unlock() noexcept { ++unlocks; }
-    static inline int locks = 0;
-    static inline int unlocks = 0;
-};
+// Counts as the library does.
 struct CountLocker {
     static void Lock() noexcept { objects.count.fetch_add(1); }
     static void Unlock() noexcept { ADD_FAILURE() << "the library counts down"; }
@@ -99,24 +92,12 @@ struct CountLocker {
     static constexpr LiveObjects* liveObjects = &objects;
 };
 
-TEST(Locker, SeesAnObjectComeAliveAndGoAway)
+TEST(Locker, CountsAnObjectUntilItsDestructorHasRun)
 {
-    {
-        const FacePtr<Left> object = FacePtr<Left>(MakeFace<Impl<BothImpl, PairLocker>>());
-        const FacePtr<Left> copy = object;
-        const WeakPtr<Left> weak(object);
-        EXPECT_TRUE(weak.Lock());
-        EXPECT_EQ(PairLocker::locks, 1);
-        EXPECT_EQ(PairLocker::unlocks, 0);
-    }
-    EXPECT_EQ(PairLocker::locks, 1);
-    EXPECT_EQ(PairLocker::unlocks, 1);
     {
         const auto object = MakeFace<Impl<BothImpl, CountLocker>>();
         EXPECT_EQ(CountLocker::objects.count, 1U);
-        object->onDeath = [](BothImpl&) {
-            EXPECT_EQ(CountLocker::objects.count, 1U) << "counted behind its destructor";
-        };
+        object->onDeath = [](BothImpl&) { EXPECT_EQ(CountLocker::objects.count, 1U); };
     }
     EXPECT_EQ(CountLocker::objects.count, 0U);
     EXPECT_NE(CountLocker::objects.changed, 0U);

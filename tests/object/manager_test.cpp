@@ -33,25 +33,6 @@ public:
     int listings = 0;
 };
 
-class TypeFactory : public Face<Object::DynamicFactory> {
-public:
-    explicit TypeFactory(const char16_t* served) : named(served) { }
-    void CreateObject(const Clsid& clsid, const char16_t* wanted, FacePtr<BaseFace>& out) override
-    {
-        if (Tail(clsid) == named)
-            out = FacePtr<BaseFace>::Adopt(FacePtr<Left>(MakeFace<Both>())->Cast(wanted));
-        ++calls;
-    }
-    void ListTypes(Object::TypeSet& out) override { out.insert(u"Testing::Kind"); }
-    Object::ClassInfo GetClassInfo(const Clsid& clsid) override
-    {
-        return Tail(clsid) == named ? Object::ClassInfo{clsid.GetText(), {}, u"extra"} : Object::ClassInfo();
-    }
-    Object::ClassInfoList FindClasses(const Clsid&, const WideString&) override { return {{named, {}, {}}}; }
-    WideString named;
-    int calls = 0;
-};
-
 template <class Made, class... Arguments>
 FacePtr<Impl<Made, Module>> Make(Arguments&&... arguments)
 {
@@ -102,23 +83,6 @@ TEST(Manager, LastFactoryForAClassServesItAndHasNoFallBack)
     EXPECT_NO_THROW(made = Clsid(u"CID_Testing::B"));
     EXPECT_EQ(
         FailureOf(u"CID_Testing::Throws", BaseFace::iid), u"An internal error occured (test: constructor).");
-}
-
-TEST(Manager, DynamicFactoriesAreAskedInOrderByType)
-{
-    const auto manager = TheManager();
-    const auto first = Make<TypeFactory>(u"x");
-    const auto second = Make<TypeFactory>(u"y");
-    manager->AddFactory(FacePtr<Object::Factory>(first));
-    manager->AddFactory(FacePtr<Object::Factory>(second));
-    EXPECT_TRUE(Object::CreateObject(u"Testing::Kind|y", Left::iid));
-    EXPECT_TRUE(Object::CreateObject(u"Testing::Kind|x", Left::iid));
-    EXPECT_EQ(first->calls, 2);
-    EXPECT_EQ(second->calls, 1);
-    EXPECT_THROW(Object::CreateObject(u"Testing::Kind|z", Left::iid), Error);
-    EXPECT_THROW(Object::CreateObject(u"Other::Kind|x", Left::iid), Error);
-    EXPECT_EQ(manager->GetClassInfo(u"Testing::Kind|y").extra, u"extra");
-    EXPECT_EQ(manager->FindClasses(u"Testing::Kind|", {}).back().clsid, u"y");
 }
 
 TEST(Manager, FindsClassesByPatternAndInterface)

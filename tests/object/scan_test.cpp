@@ -66,8 +66,7 @@ TEST_F(Scan, SecondStartLoadsNothingAndLeavesTheCacheAlone)
 {
     folder.MakeFile("broken.dll", "no module");
     folder.MakeFile("broken.dll.bak", "no candidate");
-    const std::string first = Run("start loaded");
-    EXPECT_TRUE(Has(first, "loaded gadgets.dll")) << first;
+    EXPECT_TRUE(Has(Run("start loaded"), "loaded gadgets.dll"));
     const std::string cache = Cache();
     const std::string gadget = ",IID_Testing::Gadget,IID_BaseFace";
     EXPECT_EQ(cache,
@@ -104,8 +103,8 @@ TEST_F(Scan, DamagedCacheIsThrownAwayAsAWhole)
 {
     Run("start");
     const std::string sound = Cache();
-    for (const std::string& damaged : {sound.substr(0, sound.size() - 3), "x" + sound, std::string(),
-             std::string(1, '\0'), "{a|b||,IID_Lost}" + sound, sound.substr(0, 40) + "\xFF"}) {
+    for (const std::string& damaged : {sound.substr(0, sound.size() - 3), std::string(),
+             "{a|b||,IID_Lost}" + sound, sound.substr(0, 40) + "\xFF"}) {
         folder.MakeFile("autoreg.dat", damaged);
         EXPECT_TRUE(Has(Run("start loaded"), "loaded gadgets.dll")) << damaged;
         EXPECT_EQ(Cache(), sound);
@@ -123,24 +122,16 @@ TEST_F(Scan, DamagedCacheIsThrownAwayAsAWhole)
 
 TEST_F(Scan, FilesThatAreNoModulesAreRememberedAndNeverOpened)
 {
-    folder.MakeFile("empty.dll");
     folder.MakeFolder("folder.dll");
     folder.MakeLink("nowhere", "dangling.dll");
     ASSERT_EQ(mkfifo(folder.Path("pipe.dll").c_str(), 0600), 0);
     Add("half_module.dll");
     Add("unbound_module.dll");
-    std::string otherMachine = folder.Content("gadgets.dll");
-    otherMachine[18] = 40; // the machine in the file's head: not this one
-    folder.MakeFile("machine.dll", otherMachine);
-    const std::string first = Run("start classes");
-    EXPECT_TRUE(Has(first, "class CID_Testing::Gadget")) << first;
+    EXPECT_TRUE(Has(Run("start classes"), "class CID_Testing::Gadget"));
     const std::string cache = Cache();
-    for (const char* name :
-        {"empty", "folder", "dangling", "pipe", "half_module", "unbound_module", "machine"}) {
-        const std::string file = name + std::string(".dll");
-        EXPECT_NE(cache.find("{" + file + "|" + Stamp(file) + "}\n"), std::string::npos) << file << "\n"
-                                                                                         << cache;
-    }
+    for (const std::string file :
+        {"folder.dll", "dangling.dll", "pipe.dll", "half_module.dll", "unbound_module.dll"})
+        EXPECT_TRUE(Has(cache, "{" + file + "|" + Stamp(file) + "}")) << file << "\n" << cache;
     Run("start");
     EXPECT_EQ(Cache(), cache);
 }

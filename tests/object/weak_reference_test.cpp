@@ -60,26 +60,6 @@ TEST(WeakPtr, LocksTheFaceItWasMadeFrom)
     EXPECT_FALSE(copy.Lock() || deadCopy.Lock());
 }
 
-struct FirstLocker {
-    static void Lock() noexcept { ++balance; }
-    static void Unlock() noexcept { --balance; }
-    static inline int balance = 0;
-};
-
-TEST(WeakReference, CanGiveAnObjectItsFirstReference)
-{
-    auto* const bare = new Impl<BothImpl, FirstLocker>;
-    Weak weak;
-    weak.AttachObject(Primary(bare));
-    BaseFace* const locked = weak.LockObject();
-    ASSERT_NE(locked, nullptr);
-    EXPECT_EQ(FirstLocker::balance, 1);
-    locked->Release();
-    EXPECT_EQ(FirstLocker::balance, 0) << "it was the only one, so the object is gone";
-    EXPECT_EQ(weak.LockObject(), nullptr);
-    weak.DetachObject();
-}
-
 class Single : public Face<Named> {
 public:
     Single() { ++made; }
