@@ -62,7 +62,7 @@ TEST(PathText, LeadsToOnePlaceOnDisk)
         {u"C:\\a\uF03Ab", "/a:b"}, {u"\xF0FF", "\xFF"}, {u"C:\\a\uF02Fb", "!123"}, {u"\xF02E\xF02E", "!123"},
         {u"\xF000", "!123"}, {u"\xF0C3\xF0A9", "!123"}, {u"\u00E9", "\xC3\xA9"}};
     for (const auto& [text, place] : cases)
-        EXPECT_EQ(PlaceOf(text), place) << Readable(text);
+        EXPECT_EQ(PlaceOf(text), place) << testing::PrintToString(text);
     EXPECT_EQ(PlaceOf(std::u16string(32767, u'a')).size(), 32767U);
     EXPECT_EQ(PlaceOf(std::u16string(32768, u'a')), "!206");
 }
@@ -99,8 +99,8 @@ TEST(DiskNames, MapWhatTextCannotHoldByteByByte)
         {"\xF4\x90\x80\x80", u"\xF0F4\xF090\xF080\xF080"}, {"\xE2\x82", u"\xF0E2\xF082"},
         {"\xE2\x82x", u"\xF0E2\xF082x"}};
     for (const auto& [name, text] : cases) {
-        EXPECT_EQ(TextOf(name), text) << Readable(text);
-        EXPECT_EQ(NameOf(text), name) << Readable(text);
+        EXPECT_EQ(TextOf(name), text) << testing::PrintToString(text);
+        EXPECT_EQ(NameOf(text), name) << testing::PrintToString(text);
     }
 }
 
@@ -125,10 +125,10 @@ TEST(DiskNames, HaveExactlyOneText)
     std::set<std::u16string> texts;
     for (const std::string& name : names) {
         const std::u16string text = TextOf(name);
-        ASSERT_EQ(NameOf(text), name) << Readable(text);
-        ASSERT_EQ(text.find_first_of(u"<>:\"|?*\\/"), std::u16string::npos) << Readable(text);
+        ASSERT_EQ(NameOf(text), name) << testing::PrintToString(text);
+        ASSERT_EQ(text.find_first_of(u"<>:\"|?*\\/"), std::u16string::npos) << testing::PrintToString(text);
         ASSERT_LE(text.size(), name.size());
-        ASSERT_TRUE(texts.insert(text).second) << Readable(text);
+        ASSERT_TRUE(texts.insert(text).second) << testing::PrintToString(text);
     }
 }
 

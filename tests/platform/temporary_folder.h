@@ -1,6 +1,7 @@
 // A folder of a test's own, made and looked at with the system's calls alone.
 #pragma once
 
+#include <algorithm>
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
@@ -16,19 +17,9 @@
 // The path text of a path on disk whose names need no mapping.
 inline std::u16string PathText(const std::string& path)
 {
-    std::u16string text = u"C:";
-    for (const char byte : path)
-        text += byte == '/' ? u'\\' : static_cast<char16_t>(static_cast<unsigned char>(byte));
-    return text;
-}
-
-// A path text as a failure shows it.
-inline std::string Readable(const std::u16string& text)
-{
-    std::string readable;
-    for (const char16_t unit : text)
-        readable += unit < 0x80 ? std::string(1, static_cast<char>(unit)) : "\\u" + std::to_string(unit);
-    return readable;
+    std::u16string text(path.begin(), path.end());
+    std::replace(text.begin(), text.end(), u'/', u'\\');
+    return u"C:" + text;
 }
 
 class TemporaryFolder {
@@ -55,15 +46,11 @@ public:
         std::ofstream(Path(name), std::ios::binary) << content;
         EXPECT_EQ(::chmod(Path(name).c_str(), mode), 0) << name;
     }
-    void MakeFolder(const std::string& name) const
-    {
-        ASSERT_EQ(::mkdir(Path(name).c_str(), 0777), 0) << name;
-    }
+    void MakeFolder(const std::string& name) const { std::filesystem::create_directory(Path(name)); }
     void MakeLink(const std::string& target, const std::string& name) const
     {
-        ASSERT_EQ(::symlink(target.c_str(), Path(name).c_str()), 0) << name;
+        std::filesystem::create_symlink(target, Path(name));
     }
-
     bool Has(const std::string& name) const
     {
         return ::faccessat(AT_FDCWD, Path(name).c_str(), F_OK, AT_SYMLINK_NOFOLLOW) == 0;
