@@ -133,10 +133,16 @@ private:
     bool isSet = false;
 };
 
-BENCHMARK_CAPTURE(PingPong<OurSignal>, "", 0)->Name("BM_PingPong/one_core/ours")->UseRealTime();
-BENCHMARK_CAPTURE(PingPong<Condition>, "", 0)->Name("BM_PingPong/one_core/condvar")->UseRealTime();
-BENCHMARK_CAPTURE(PingPong<OurSignal>, "", 1)->Name("BM_PingPong/two_cores/ours")->UseRealTime();
-BENCHMARK_CAPTURE(PingPong<Semaphore>, "", 1)->Name("BM_PingPong/two_cores/semaphore")->UseRealTime();
+void RegisterPingPong()
+{
+    const auto add = [](const char* name, auto pingPong, int other) {
+        benchmark::RegisterBenchmark(name, pingPong, other)->UseRealTime();
+    };
+    add("BM_PingPong/one_core/ours", &PingPong<OurSignal>, 0);
+    add("BM_PingPong/one_core/condvar", &PingPong<Condition>, 0);
+    add("BM_PingPong/two_cores/ours", &PingPong<OurSignal>, 1);
+    add("BM_PingPong/two_cores/semaphore", &PingPong<Semaphore>, 1);
+}
 
 // ---- Composite waits
 
@@ -266,7 +272,8 @@ BENCHMARK(BM_CreateJoinStd)->Name("BM_CreateJoin/one/std_thread")->UseRealTime()
 
 thread_local int interrupts = 0;
 
-[[gnu::noinline]] bool IsInterrupted()
+// As such a question is asked of another module, by a call.
+[[gnu::noipa]] bool IsInterrupted()
 {
     return interrupts > 0;
 }
@@ -290,6 +297,7 @@ BENCHMARK(BM_CheckThreadLocal)->Name("BM_CheckInterrupted/one/thread_local");
 int main(int argc, char** argv)
 {
     TesselInitialize();
+    RegisterPingPong();
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     return 0;

@@ -7,6 +7,7 @@
 
 #include <benchmark/benchmark.h>
 #include <csignal>
+#include <fcntl.h>
 #include <semaphore.h>
 #include <string>
 #include <sys/mman.h>
@@ -80,18 +81,16 @@ void PingPong(benchmark::State& state, const char* kind, const char* processor)
     ::sem_unlink(NameOf("pong", ::getpid()).c_str());
 }
 
-BENCHMARK_CAPTURE(PingPong<NamedEvent>, "", "ours", "0")
-    ->Name("BM_NamedPingPong/one_core/ours")
-    ->UseRealTime();
-BENCHMARK_CAPTURE(PingPong<SharedSemaphore>, "", "sem", "0")
-    ->Name("BM_NamedPingPong/one_core/sem")
-    ->UseRealTime();
-BENCHMARK_CAPTURE(PingPong<NamedEvent>, "", "ours", "1")
-    ->Name("BM_NamedPingPong/two_cores/ours")
-    ->UseRealTime();
-BENCHMARK_CAPTURE(PingPong<SharedSemaphore>, "", "sem", "1")
-    ->Name("BM_NamedPingPong/two_cores/sem")
-    ->UseRealTime();
+void Register()
+{
+    const auto add = [](const char* name, auto pingPong, const char* kind, const char* processor) {
+        benchmark::RegisterBenchmark(name, pingPong, kind, processor)->UseRealTime();
+    };
+    add("BM_NamedPingPong/one_core/ours", &PingPong<NamedEvent>, "ours", "0");
+    add("BM_NamedPingPong/one_core/sem", &PingPong<SharedSemaphore>, "sem", "0");
+    add("BM_NamedPingPong/two_cores/ours", &PingPong<NamedEvent>, "ours", "1");
+    add("BM_NamedPingPong/two_cores/sem", &PingPong<SharedSemaphore>, "sem", "1");
+}
 
 } // namespace
 
@@ -101,6 +100,7 @@ int main(int argc, char** argv)
         const int processor = std::atoi(argv[3]);
         std::string(argv[2]) == "ours" ? Answer<NamedEvent>(processor) : Answer<SharedSemaphore>(processor);
     }
+    Register();
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     return 0;

@@ -14,7 +14,8 @@ void BlockerWaiter::Run()
         failed = true;
     }
     const Settlement settled = Settle(error);
-    multiBlocker.Notify(entry, {settled.stopped && failed, settled.interrupts, error});
+    const Error* const reported = error.GetLayerCount() == 0 ? nullptr : &error;
+    multiBlocker.Notify(entry, {settled.stopped && failed, settled.interrupts, reported});
 }
 
 } // namespace Mt

@@ -2,7 +2,6 @@
 
 #include "mt/thread_impl.h"
 #include "mt/wait_handle.h"
-#include "platform/waits.h"
 #include <tessel/base/error.h>
 #include <tessel/module.h>
 
@@ -21,15 +20,14 @@ FacePtr<EventBasedBlocker> MakeEvent(Platform::Handle handle)
 
 EventImpl::~EventImpl()
 {
-    Platform::CloseHandle(handle);
+    Platform::CloseHandle(event.GetHandle());
 }
 
 // The event stands first, so it counts before the interrupt.
 void EventImpl::Block()
 {
     ThreadImpl& self = ThreadImpl::Current();
-    const Platform::Handle handles[] = {handle, self.GetInterruptEvent()};
-    const std::uint32_t result = Platform::WaitForMultipleObjects(2, handles, Platform::INFINITE);
+    const std::uint32_t result = Platform::WaitForEither(event, self.GetInterruptEvent());
     if (result == Platform::WAIT_FAILED)
         throw Error("WFMO evt err %d", tag, Platform::GetLastError());
     if (result == 1)
@@ -38,19 +36,19 @@ void EventImpl::Block()
 
 void EventImpl::Set()
 {
-    if (!Platform::SetEvent(handle))
+    if (!Platform::SetEvent(event))
         throw Error("SetEvent()err %d", tag, Platform::GetLastError());
 }
 
 void EventImpl::Reset()
 {
-    if (!Platform::ResetEvent(handle))
+    if (!Platform::ResetEvent(event.GetHandle()))
         throw Error("ResetEvent()err %d", tag, Platform::GetLastError());
 }
 
 bool EventImpl::IsReset()
 {
-    const std::uint32_t result = Platform::WaitForSingleObject(handle, 0);
+    const std::uint32_t result = Platform::WaitForSingleObject(event.GetHandle(), 0);
     if (result == Platform::WAIT_FAILED)
         throw Error("WFSO evt err %d", tag, Platform::GetLastError());
     return result == Platform::WAIT_TIMEOUT;
@@ -58,12 +56,12 @@ bool EventImpl::IsReset()
 
 ::Handle EventImpl::GetHandle()
 {
-    return ToPublic(handle);
+    return ToPublic(event.GetHandle());
 }
 
 void EventImpl::GetWaitInfo(::Handle& out, std::uint32_t&, Win32::MessageSlot&)
 {
-    out = ToPublic(handle);
+    out = ToPublic(event.GetHandle());
 }
 
 FacePtr<EventBasedBlocker> EventFactory::CreateFromHandle(::Handle handle)

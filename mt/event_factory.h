@@ -1,7 +1,7 @@
 // Events as blockers, and the three classes of them.
 #pragma once
 
-#include "platform/handles.h"
+#include "platform/waits.h"
 #include <tessel/mt/event.h>
 #include <tessel/object/factory.h>
 
@@ -10,7 +10,7 @@ namespace Mt {
 class EventImpl : public Face<EventBasedBlocker, Win32::BlockerInfo> {
 public:
     // Takes the handle over; a null one fails at its first use.
-    explicit EventImpl(Platform::Handle owned) noexcept : handle(owned) { }
+    explicit EventImpl(Platform::Handle owned) noexcept : event(owned) { }
     ~EventImpl();
     EventImpl(const EventImpl&) = delete;
     EventImpl& operator=(const EventImpl&) = delete;
@@ -23,7 +23,7 @@ public:
     void GetWaitInfo(::Handle& out, std::uint32_t& timeout, Win32::MessageSlot& messageSlot) override;
 
 private:
-    const Platform::Handle handle;
+    const Platform::KnownObject event;
 };
 
 class EventFactory : public Face<Win32::EventFactory, Object::StaticFactory> {

@@ -31,25 +31,32 @@ bool MergedBlockerWaiter::Add(Entry& entry, MultiBlockerImpl& multiBlocker)
 {
     if (!entry.info)
         return false;
-    Record record{
-        Kind::Handle, Platform::INFINITE, Platform::NULL_HANDLE, {nullptr, nullptr}, &entry, &multiBlocker};
     ::Handle handle = ToPublic(Platform::NULL_HANDLE);
-    entry.info->GetWaitInfo(handle, record.timeout, record.messageSlot);
-    record.handle = ToPlatform(handle);
-    if (record.handle != Platform::NULL_HANDLE) {
+    std::uint32_t timeout = Platform::INFINITE;
+    Win32::MessageSlot messageSlot{nullptr, nullptr};
+    entry.info->GetWaitInfo(handle, timeout, messageSlot);
+    Kind kind = Kind::Handle;
+    if (ToPlatform(handle) != Platform::NULL_HANDLE) {
         if (handleCount == handleLimit)
             return false;
         ++handleCount;
-    } else if (record.messageSlot.message) {
-        record.kind = Kind::Message;
+    } else if (messageSlot.message) {
+        kind = Kind::Message;
         hasMessage = true;
-    } else if (record.timeout != Platform::INFINITE) {
-        record.kind = Kind::Timeout;
-        shortestTimeout = std::min(shortestTimeout, record.timeout);
+    } else if (timeout != Platform::INFINITE) {
+        kind = Kind::Timeout;
+        shortestTimeout = std::min(shortestTimeout, timeout);
     } else {
         return false;
     }
-    records.push_back(record);
+    // Field by field where it lies: a copy would wait for the fields just written.
+    Record& record = records.emplace_back();
+    record.kind = kind;
+    record.timeout = timeout;
+    record.handle = ToPlatform(handle);
+    record.messageSlot = messageSlot;
+    record.entry = &entry;
+    record.multiBlocker = &multiBlocker;
     return true;
 }
 
@@ -94,7 +101,7 @@ bool MergedBlockerWaiter::IsMet(
 void MergedBlockerWaiter::Run()
 {
     Platform::Handle handles[handleLimit]; // NOLINT: filled as far as `handleCount`
-    handles[0] = ThreadImpl::Current().GetInterruptEvent();
+    handles[0] = ThreadImpl::Current().GetInterruptEvent().GetHandle();
     std::uint32_t filled = 1;
     for (const Record& record : records)
         if (record.kind == Kind::Handle)
@@ -113,16 +120,22 @@ void MergedBlockerWaiter::Run()
         error = Error("WFMO err %d(%d)", "mt", -1, code);
 
     // The first report carries all interrupts, and with them the interrupt error if they came from outside.
-    for (const Record& record : records) {
-        const bool isMet = IsMet(record, outcome, handles);
-        if (isMet && record.kind == Kind::Message) {
-            *record.messageSlot.message = outcome.message;
-            *record.messageSlot.received = true;
+    const Error* const reported = error.GetLayerCount() == 0 ? nullptr : &error;
+    const bool isInterrupt = error.HasCode(Error::interrupted);
+    for (auto record = records.begin(); record != records.end();) {
+        MultiBlockerImpl& multiBlocker = *record->multiBlocker;
+        const SectionLock section(multiBlocker.GetLock()); // for all reports to it that follow each other
+        for (; record != records.end() && record->multiBlocker == &multiBlocker; ++record) {
+            const bool isMet = IsMet(*record, outcome, handles);
+            if (isMet && record->kind == Kind::Message) {
+                *record->messageSlot.message = outcome.message;
+                *record->messageSlot.received = true;
+            }
+            const bool cancelled = !isMet && interrupts <= 0;
+            const bool isSilent = isMet || (cancelled && isInterrupt);
+            multiBlocker.NotifyLocked(
+                *record->entry, {cancelled, std::exchange(interrupts, 0), isSilent ? nullptr : reported});
         }
-        const bool cancelled = !isMet && interrupts <= 0;
-        const bool isSilent = isMet || (cancelled && error.HasCode(Error::interrupted));
-        record.multiBlocker->Notify(
-            *record.entry, {cancelled, std::exchange(interrupts, 0), isSilent ? Error() : error});
     }
 }
 

@@ -5,6 +5,7 @@
 #include "mt/waiter.h"
 #include "platform/waits.h"
 
+#include <algorithm>
 #include <vector>
 
 namespace Mt {
@@ -17,7 +18,8 @@ public:
     explicit MergedBlockerWaiter(ThreadImpl& caller) noexcept : Waiter(false, caller) { }
 
     bool IsEmpty() const noexcept { return records.empty(); }
-    void Reserve(std::size_t count) { records.reserve(count); }
+    // For so many members, of which not all need come.
+    void Reserve(std::size_t count) { records.reserve(std::min<std::size_t>(count, 64)); }
     // False if the member cannot be waited for here.
     bool Add(Entry& entry, MultiBlockerImpl& multiBlocker);
 

@@ -30,7 +30,7 @@ std::vector<FacePtr<Blocker>> MultiBlockerImpl::GetSignalled()
 {
     std::vector<FacePtr<Blocker>> signalled;
     for (const Entry& entry : entries)
-        if (!entry.pending && !entry.cancelled && entry.error.GetLayerCount() == 0)
+        if (!entry.pending && !entry.cancelled && !entry.failed)
             signalled.push_back(entry.blocker);
     return signalled;
 }
@@ -41,6 +41,7 @@ void MultiBlockerImpl::Block()
     ThreadImpl& self = ThreadImpl::Current();
     Waiters waiters;
     const FacePtr<MergedBlockerWaiter> merged(new Impl<MergedBlockerWaiter, Module>(self));
+    merged->Reserve(entries.size());
     BuildWaiters(waiters, *merged, self);
     if (waiters.empty())
         return;
@@ -63,7 +64,7 @@ void MultiBlockerImpl::Block()
     std::int32_t total = settled.interrupts - settled.raised;
     for (const Entry& entry : entries) {
         total += entry.interrupts;
-        if (failure.GetLayerCount() == 0)
+        if (entry.failed && failure.GetLayerCount() == 0)
             failure = entry.error;
     }
     for (; total < 0; ++total)
@@ -85,11 +86,13 @@ void MultiBlockerImpl::BuildWaiters(Waiters& waiters, MergedBlockerWaiter& merge
     pendings = entries.size();
     errors = 0;
     interrupts = 0;
+    hasStopped = false;
     for (Entry& entry : entries) {
         entry.pending = true;
         entry.cancelled = false;
         entry.interrupts = 0;
-        entry.error.Clear();
+        if (std::exchange(entry.failed, false))
+            entry.error.Clear();
         if (entry.nested && entry.nested->allMode == allMode) {
             entry.nested->BuildWaiters(waiters, merged, owner);
             entry.nested->parent = this;
@@ -138,17 +141,17 @@ void MultiBlockerImpl::StopWaiters(const Waiters& waiters, std::vector<FacePtr<T
         thread->Join(true);
 }
 
-void MultiBlockerImpl::Notify(Entry& entry, const Report& report)
+void MultiBlockerImpl::NotifyLocked(Entry& entry, const Report& report)
 {
-    const SectionLock section(lock);
     entry.interrupts += report.interrupts;
     interrupts += report.interrupts;
-    if (entry.error.GetLayerCount() == 0 && report.error.GetLayerCount() != 0) {
-        entry.error = report.error;
+    if (report.error && !entry.failed) {
+        entry.error = *report.error;
+        entry.failed = true;
         ++errors;
     }
     // Several reports come on a nested one: for any it is met by one that was met, for all by all of them.
-    if (entry.error.GetLayerCount() == 0) {
+    if (!entry.failed) {
         if (entry.pending)
             entry.cancelled = report.cancelled || (allMode && entry.cancelled);
         else if (!report.cancelled)
@@ -159,10 +162,9 @@ void MultiBlockerImpl::Notify(Entry& entry, const Report& report)
         --pendings;
     }
     if (parent) {
-        Report passed = report;
-        passed.isLast = !allMode || pendings == 0;
-        parent->Notify(*parentEntry, passed);
-    } else if (IsOver()) {
+        parent->Notify(
+            *parentEntry, {report.cancelled, report.interrupts, report.error, !allMode || pendings == 0});
+    } else if (IsOver() && !std::exchange(hasStopped, true)) {
         firstWaiter->RequestStop(); // its thread is the caller's, so there is no end to wait for
     }
 }

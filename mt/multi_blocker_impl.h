@@ -14,7 +14,7 @@ namespace Mt {
 struct Report {
     bool cancelled; // its condition was not met
     std::int32_t interrupts; // that the strand took off its thread, less those that stopped it
-    Error error;
+    const Error* error; // null for none
     bool isLast = true; // no further report on this member will follow
 };
 
@@ -27,8 +27,9 @@ struct Entry {
     MultiBlockerImpl* nested = nullptr; // the member itself, if it is of this class
     bool pending = false; // nobody has reported on it yet
     bool cancelled = false; // its wait has ended without its condition
+    bool failed = false; // an error was reported
     std::int32_t interrupts = 0; // that reports have brought
-    Error error; // the first one reported
+    Error error; // the first one
 };
 
 class MultiBlockerImpl : public Face<MultiBlocker> {
@@ -44,7 +45,14 @@ public:
     std::vector<FacePtr<Blocker>> GetSignalled() override;
 
     // On the strand's thread.
-    void Notify(Entry& entry, const Report& report);
+    void Notify(Entry& entry, const Report& report)
+    {
+        const SectionLock section(lock);
+        NotifyLocked(entry, report);
+    }
+    // The same for a strand that holds the lock, for it has several reports to make.
+    CriticalSection& GetLock() { return lock; }
+    void NotifyLocked(Entry& entry, const Report& report);
 
 private:
     using Waiters = std::vector<FacePtr<Waiter>>;
@@ -70,6 +78,7 @@ private:
     std::size_t pendings = 0; // entries that are pending
     std::size_t errors = 0; // entries with an error
     std::int32_t interrupts = 0; // of all reports
+    bool hasStopped = false; // the first waiter was told to stop
     FacePtr<Waiter> firstWaiter; // the one on the calling thread; the outermost one's, during a wait
 };
 

@@ -9,7 +9,7 @@ namespace Mt {
 void ThreadBasedBlocker::Block()
 {
     ThreadImpl& self = ThreadImpl::Current();
-    const Platform::Handle handles[] = {thread->GetHandle(), self.GetInterruptEvent()};
+    const Platform::Handle handles[] = {thread->GetHandle(), self.GetInterruptEvent().GetHandle()};
     Platform::WaitForMultipleObjects(2, handles, Platform::INFINITE);
     self.CheckInterrupted();
 }

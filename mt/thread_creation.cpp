@@ -45,7 +45,8 @@ FacePtr<Thread> ThreadImpl::Create(const FacePtr<Runnable>& runnable)
         throw Error("_beginthreadex() err %d", tag, code);
     }
 
-    const Platform::Handle handles[] = {creation->startedEvent, thread->handle, creator.interruptEvent};
+    const Platform::Handle handles[] = {
+        creation->startedEvent, thread->handle, creator.interruptEvent.GetHandle()};
     const std::uint32_t result = Platform::WaitForMultipleObjects(3, handles, Platform::INFINITE);
     const std::uint32_t code = Platform::GetLastError();
     if (result == 0) {

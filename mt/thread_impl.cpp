@@ -4,7 +4,6 @@
 #include "mt/thread_creation.h"
 #include "object/hooks.h"
 #include "platform/threads.h"
-#include "platform/waits.h"
 #include <tessel/base/error.h>
 #include <tessel/module.h>
 
@@ -19,9 +18,6 @@ constexpr std::int32_t lowest = -2;
 constexpr std::int32_t highest = 2;
 // A destructor among a thread's locals may touch the thread service again, and so on.
 constexpr int endRounds = 4;
-
-// The reference of the thread itself.
-[[gnu::tls_model("initial-exec")]] constinit thread_local ThreadImpl* current = nullptr;
 
 class Registration : public Face<InterrupterRegistration> {
 public:
@@ -40,22 +36,19 @@ private:
 
 } // namespace
 
+constinit thread_local ThreadImpl* ThreadImpl::current = nullptr;
+
 ThreadImpl::ThreadImpl() : interruptEvent(Platform::CreateEventW(true, false))
 {
-    if (interruptEvent == Platform::NULL_HANDLE)
+    if (interruptEvent.GetHandle() == Platform::NULL_HANDLE)
         throw std::bad_alloc();
 }
 
 ThreadImpl::~ThreadImpl()
 {
-    Platform::CloseHandle(interruptEvent);
+    Platform::CloseHandle(interruptEvent.GetHandle());
     if (handle != Platform::NULL_HANDLE)
         Platform::CloseHandle(handle);
-}
-
-ThreadImpl& ThreadImpl::Current()
-{
-    return current ? *current : Adopt();
 }
 
 ThreadImpl& ThreadImpl::Adopt()
@@ -142,7 +135,7 @@ void ThreadImpl::ClearInterrupt()
 {
     const SectionLock section(lock);
     if (interruptCount.fetch_sub(1, std::memory_order_acq_rel) <= 1)
-        Platform::ResetEvent(interruptEvent);
+        Platform::ResetEvent(interruptEvent.GetHandle());
 }
 
 Error ThreadImpl::MakeInterrupted()

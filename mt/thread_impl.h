@@ -1,7 +1,7 @@
 // The record of one thread, shared by the thread itself and by everybody who holds its Mt::Thread.
 #pragma once
 
-#include "platform/kernel.h"
+#include "platform/waits.h"
 #include <tessel/base/critical_section.h>
 #include <tessel/base/error.h>
 #include <tessel/base/string.h>
@@ -26,7 +26,7 @@ public:
     ThreadImpl& operator=(const ThreadImpl&) = delete;
 
     // That of the calling thread. One without gets one, and keeps a reference to it until it ends.
-    static ThreadImpl& Current();
+    static ThreadImpl& Current() { return current ? *current : Adopt(); }
     // A new thread; see thread_creation.cpp.
     static FacePtr<Thread> Create(const FacePtr<Runnable>& runnable);
 
@@ -44,7 +44,7 @@ public:
     // Throws the interrupt error.
     void CheckInterrupted()
     {
-        if (IsInterrupted())
+        if (interruptCount.load(std::memory_order_acquire) > 0)
             throw MakeInterrupted();
     }
     static Error MakeInterrupted();
@@ -53,7 +53,7 @@ public:
     void PopInterrupter();
 
     // Signalled while the thread is interrupted; every wait of the thread includes it.
-    Platform::Handle GetInterruptEvent() const { return interruptEvent; }
+    const Platform::KnownObject& GetInterruptEvent() const { return interruptEvent; }
     Platform::Handle GetHandle() const { return handle; }
 
     Locals locals;
@@ -66,12 +66,15 @@ private:
     void Start();
     bool StartUp(Runnable& runnable);
 
+    // With the reference of the thread itself.
+    [[gnu::tls_model("initial-exec")]] static constinit thread_local ThreadImpl* current;
+
     Platform::Handle handle = Platform::NULL_HANDLE; // null if the thread cannot be waited for
     std::atomic<std::uint32_t> id{0};
     // Guards the next three; interrupters are called under it. No other lock is taken under it.
     CriticalSection lock;
     std::atomic<std::int32_t> interruptCount{0}; // written under the lock; interrupted while above 0
-    Platform::Handle interruptEvent;
+    const Platform::KnownObject interruptEvent;
     std::vector<FacePtr<Interrupter>> interrupters; // the last registered last
     FacePtr<CreationData> creationData; // until the start-up is over
 };

@@ -12,7 +12,7 @@ void TimerImpl::Block()
     if (span == 0)
         return;
     ThreadImpl& self = ThreadImpl::Current();
-    if (Platform::WaitForSingleObject(self.GetInterruptEvent(), span) == Platform::WAIT_OBJECT_0)
+    if (Platform::WaitForSingleObject(self.GetInterruptEvent().GetHandle(), span) == Platform::WAIT_OBJECT_0)
         self.CheckInterrupted();
 }
 

@@ -20,8 +20,11 @@ void Waiter::Initialize()
 
 FacePtr<ThreadImpl> Waiter::RequestStop()
 {
+    // Without the lock: it is the calling thread itself that has written this, or it is another one.
+    if (!allMode && thread.Get() == &ThreadImpl::Current())
+        return {};
     const SectionLock section(lock);
-    if (finished || (!allMode && thread.Get() == &ThreadImpl::Current()))
+    if (finished)
         return {};
     const bool isFirst = !stopRequested && thread;
     if (isFirst)

@@ -3,7 +3,6 @@
 #include "mt/thread_impl.h"
 #include "mt/wait_handle.h"
 #include "platform/errors.h"
-#include "platform/waits.h"
 #include <tessel/base/error.h>
 #include <tessel/module.h>
 
@@ -22,15 +21,14 @@ FacePtr<Mutex> MakeMutex(Platform::Handle handle)
 
 MutexImpl::~MutexImpl()
 {
-    Platform::CloseHandle(handle);
+    Platform::CloseHandle(mutex.GetHandle());
 }
 
 // The mutex stands first, so it counts before the interrupt; an abandoned one is acquired like any other.
 void MutexImpl::Block()
 {
     Mt::ThreadImpl& self = Mt::ThreadImpl::Current();
-    const Platform::Handle handles[] = {handle, self.GetInterruptEvent()};
-    const std::uint32_t result = Platform::WaitForMultipleObjects(2, handles, Platform::INFINITE);
+    const std::uint32_t result = Platform::WaitForEither(mutex, self.GetInterruptEvent());
     if (result == Platform::WAIT_FAILED)
         throw Error("WFMO mtx %d", tag, Platform::GetLastError());
     if (result == 1)
@@ -39,7 +37,7 @@ void MutexImpl::Block()
 
 bool MutexImpl::TryLock()
 {
-    const std::uint32_t result = Platform::WaitForSingleObject(handle, 0);
+    const std::uint32_t result = Platform::WaitForSingleObject(mutex.GetHandle(), 0);
     if (result == Platform::WAIT_TIMEOUT)
         return false;
     if (result != Platform::WAIT_OBJECT_0 && result != Platform::WAIT_ABANDONED_0)
@@ -49,17 +47,17 @@ bool MutexImpl::TryLock()
 
 void MutexImpl::Unlock()
 {
-    Platform::ReleaseMutex(handle);
+    Platform::ReleaseMutex(mutex.GetHandle());
 }
 
 ::Handle MutexImpl::GetHandle()
 {
-    return Mt::ToPublic(handle);
+    return Mt::ToPublic(mutex.GetHandle());
 }
 
 void MutexImpl::GetWaitInfo(::Handle& out, std::uint32_t&, Mt::Win32::MessageSlot&)
 {
-    out = Mt::ToPublic(handle);
+    out = Mt::ToPublic(mutex.GetHandle());
 }
 
 FacePtr<Mutex> MutexFactory::CreateFromHandle(::Handle handle)

@@ -1,7 +1,7 @@
 // "CID_Win32::Mutex_Creator", and the mutexes that it makes.
 #pragma once
 
-#include "platform/handles.h"
+#include "platform/waits.h"
 #include <tessel/object/factory.h>
 #include <tessel/win32/mutex.h>
 
@@ -10,7 +10,7 @@ namespace Win32 {
 class MutexImpl : public Face<Mutex, Mt::Win32::BlockerInfo> {
 public:
     // Takes the handle over.
-    explicit MutexImpl(Platform::Handle owned) noexcept : handle(owned) { }
+    explicit MutexImpl(Platform::Handle owned) noexcept : mutex(owned) { }
     ~MutexImpl();
     MutexImpl(const MutexImpl&) = delete;
     MutexImpl& operator=(const MutexImpl&) = delete;
@@ -22,7 +22,7 @@ public:
     void GetWaitInfo(::Handle& out, std::uint32_t& timeout, Mt::Win32::MessageSlot& messageSlot) override;
 
 private:
-    const Platform::Handle handle;
+    const Platform::KnownObject mutex;
 };
 
 class MutexFactory : public Face<Object::StaticFactory, Mutex::Creator> {

@@ -85,7 +85,8 @@ void Suspension::End() noexcept
     Inside::own.store(nullptr, std::memory_order_relaxed);
     std::atomic_signal_fence(std::memory_order_seq_cst);
     ended.store(true, std::memory_order_seq_cst);
-    WakeByAddressAll(&standing);
+    if (count.load(std::memory_order_seq_cst) != 0) // somebody has suspended it, once at least
+        WakeByAddressAll(&standing);
 }
 
 std::uint32_t Suspension::Suspend() noexcept

@@ -58,7 +58,7 @@ TEST(Handles, FindOutEveryNumberThatIsNoOpenHandleOfTheirKind)
             << std::hex << static_cast<std::uint64_t>(handle);
         EXPECT_FALSE(CloseHandle(handle)) << std::hex << static_cast<std::uint64_t>(handle);
     }
-    EXPECT_FALSE(FindObjectOfKind(open, ObjectKind::Mutex, 0) || CloseHandleOfKind(open, ObjectKind::Mutex));
+    EXPECT_FALSE(FindObject(open, ObjectKind::Mutex, 0) || CloseHandleOfKind(open, ObjectKind::Mutex));
     EXPECT_EQ(ErrorOfFinding(open), ERROR_SUCCESS);
     EXPECT_TRUE(CloseHandleOfKind(open, ObjectKind::Event));
     EXPECT_EQ(living, 0);

@@ -10,6 +10,23 @@ namespace Platform {
 
 enum class ObjectKind : std::uint32_t { File, Find, Event, Mutex, Thread, Key, NamedEvent, NamedMutex };
 
+// Some kinds, for who accepts more than one.
+class KindSet {
+public:
+    template <class... Kinds>
+    constexpr KindSet(Kinds... kinds) noexcept // NOLINT(google-explicit-constructor): a kind is a set of one
+        : bits((... | (1U << static_cast<std::uint32_t>(kinds))))
+    {
+    }
+    constexpr bool Has(ObjectKind kind) const noexcept
+    {
+        return (bits >> static_cast<std::uint32_t>(kind) & 1) != 0;
+    }
+
+private:
+    std::uint32_t bits;
+};
+
 // The base of all objects behind handles. Made with one reference, destroyed with the last one, by
 // whichever thread drops it; so a destructor takes no lock that a caller could hold.
 class CountedObject {

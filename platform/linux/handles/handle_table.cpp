@@ -73,7 +73,7 @@ constexpr std::uint32_t BlockSlots(std::uint32_t block)
 }
 
 // The slot that the handle names, null if there never was one; whether it is open is for the caller.
-Slot* SlotOf(Handle handle) noexcept
+inline Slot* SlotOf(Handle handle) noexcept
 {
     const std::uint64_t number = static_cast<std::uint64_t>(handle);
     const std::uint32_t index = static_cast<std::uint32_t>(number);
@@ -174,16 +174,6 @@ constexpr std::uint32_t AccessOf(std::uint64_t rights)
     return static_cast<std::uint32_t>(rights);
 }
 
-template <class Accepts>
-ObjectRef<CountedObject> FindIf(Handle handle, Accepts accepts, std::uint32_t access) noexcept
-{
-    return ObjectRef<CountedObject>::Adopt(Borrow(handle, [accepts, access](std::uint64_t rights) {
-        if (!accepts(KindOf(rights)))
-            return ERROR_INVALID_HANDLE;
-        return (access & ~AccessOf(rights)) == 0 ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
-    }));
-}
-
 // Closes the handle if `accept`s its rights.
 template <class Accept>
 bool Close(Handle handle, Accept accept) noexcept
@@ -228,28 +218,38 @@ Handle MakeHandle(ObjectRef<CountedObject> object, std::uint32_t access) noexcep
     return static_cast<Handle>(opened | index);
 }
 
-ObjectRef<CountedObject> FindObjectOfKind(Handle handle, ObjectKind kind, std::uint32_t access) noexcept
+ObjectRef<CountedObject> FindObject(Handle handle, KindSet kinds, std::uint32_t access) noexcept
 {
-    return FindIf(
-        handle, [kind](ObjectKind present) { return present == kind; }, access);
+    return ObjectRef<CountedObject>::Adopt(Borrow(handle, [kinds, access](std::uint64_t rights) {
+        if (!kinds.Has(KindOf(rights)))
+            return ERROR_INVALID_HANDLE;
+        return (access & ~AccessOf(rights)) == 0 ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
+    }));
 }
 
-ObjectRef<CountedObject> FindObject(Handle handle, bool (*accepts)(ObjectKind), std::uint32_t access) noexcept
+bool CheckHandles(std::uint32_t count, const Handle* handles, KindSet kinds, std::uint32_t access) noexcept
 {
-    return FindIf(handle, accepts, access);
+    for (std::uint32_t i = 0; i < count; ++i) {
+        const std::uint32_t generation = GenerationOf(static_cast<std::uint64_t>(handles[i]));
+        const Slot* const slot = SlotOf(handles[i]);
+        if (!slot || GenerationOf(slot->word.load(std::memory_order_acquire)) != generation)
+            return Fail(ERROR_INVALID_HANDLE);
+        const std::uint64_t rights = slot->rights.load(std::memory_order_acquire);
+        // Keeps (3): the rights belong to the handle if it is still open behind them.
+        if (GenerationOf(slot->word.load(std::memory_order_relaxed)) != generation
+            || !kinds.Has(KindOf(rights)))
+            return Fail(ERROR_INVALID_HANDLE);
+        if ((access & ~AccessOf(rights)) != 0)
+            return Fail(ERROR_ACCESS_DENIED);
+    }
+    return true;
 }
 
-bool CheckHandle(Handle handle, bool (*accepts)(ObjectKind), std::uint32_t access) noexcept
+KnownHandle KnowHandle(Handle handle) noexcept
 {
-    const std::uint32_t generation = GenerationOf(static_cast<std::uint64_t>(handle));
     const Slot* const slot = SlotOf(handle);
-    if (!slot || GenerationOf(slot->word.load(std::memory_order_acquire)) != generation)
-        return Fail(ERROR_INVALID_HANDLE);
-    const std::uint64_t rights = slot->rights.load(std::memory_order_acquire);
-    // Keeps (3): the rights belong to the handle if it is still open behind them.
-    if (GenerationOf(slot->word.load(std::memory_order_relaxed)) != generation || !accepts(KindOf(rights)))
-        return Fail(ERROR_INVALID_HANDLE);
-    return (access & ~AccessOf(rights)) == 0 || Fail(ERROR_ACCESS_DENIED);
+    return slot ? KnownHandle{&slot->word, AccessOf(slot->rights.load(std::memory_order_acquire))}
+                : KnownHandle{};
 }
 
 bool CloseHandle(Handle handle) noexcept

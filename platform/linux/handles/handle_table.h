@@ -22,22 +22,25 @@ Handle MakeHandle(ObjectRef<T> object, std::uint32_t access) noexcept
     return MakeHandle(ObjectRef<CountedObject>::Adopt(object.Detach()), access);
 }
 
-// The object of the handle. Without one of a kind that is accepted it is an empty reference with
-// ERROR_INVALID_HANDLE, without all the rights of `access` with ERROR_ACCESS_DENIED.
-ObjectRef<CountedObject> FindObject(
-    Handle handle, bool (*accepts)(ObjectKind), std::uint32_t access) noexcept;
-
-// The same for one kind.
-ObjectRef<CountedObject> FindObjectOfKind(Handle handle, ObjectKind kind, std::uint32_t access) noexcept;
+// The object of the handle. Without one of these kinds it is an empty reference with ERROR_INVALID_HANDLE,
+// without all the rights of `access` with ERROR_ACCESS_DENIED.
+ObjectRef<CountedObject> FindObject(Handle handle, KindSet kinds, std::uint32_t access) noexcept;
 
 template <class T>
 ObjectRef<T> FindHandle(Handle handle, std::uint32_t access) noexcept
 {
-    return ObjectRef<T>::Adopt(static_cast<T*>(FindObjectOfKind(handle, T::objectKind, access).Detach()));
+    return ObjectRef<T>::Adopt(static_cast<T*>(FindObject(handle, T::objectKind, access).Detach()));
 }
 
-// Whether FindObject would find it just now; it costs no reference, and gives none.
-bool CheckHandle(Handle handle, bool (*accepts)(ObjectKind), std::uint32_t access) noexcept;
+// Whether FindObject would find all of them just now; it costs no references, and gives none.
+bool CheckHandles(std::uint32_t count, const Handle* handles, KindSet kinds, std::uint32_t access) noexcept;
+
+// What KnownObject keeps of an open handle: what it stands for stays the same as long as it is open.
+struct KnownHandle {
+    const std::atomic<std::uint64_t>* word = nullptr; // its slot's; the generation in the high half
+    std::uint32_t access = 0;
+};
+KnownHandle KnowHandle(Handle handle) noexcept;
 
 // Closes a handle of this kind and of no other.
 bool CloseHandleOfKind(Handle handle, ObjectKind kind) noexcept;

@@ -12,9 +12,14 @@ namespace Platform {
 
 namespace {
 
-bool IsEvent(ObjectKind kind) noexcept
+constexpr KindSet eventKinds(ObjectKind::Event, ObjectKind::NamedEvent);
+
+void SignalEvent(CountedObject& event) noexcept
 {
-    return kind == ObjectKind::Event || kind == ObjectKind::NamedEvent;
+    if (event.kind == ObjectKind::Event)
+        static_cast<Event&>(event).Signal();
+    else
+        static_cast<NamedEvent&>(event).Set();
 }
 
 Handle HandleOf(ObjectRef<CountedObject> event, std::uint32_t access) noexcept
@@ -57,20 +62,27 @@ Handle OpenEventW(std::uint32_t access, const char16_t* name) noexcept
 bool SetEvent(Handle event) noexcept
 {
     const Inside inside;
-    const ObjectRef<CountedObject> found = FindObject(event, &IsEvent, EVENT_MODIFY_STATE);
-    if (!found)
-        return false;
-    if (found->kind == ObjectKind::Event)
-        static_cast<Event&>(*found).Signal();
-    else
-        static_cast<NamedEvent&>(*found).Set();
-    return true;
+    const ObjectRef<CountedObject> found = FindObject(event, eventKinds, EVENT_MODIFY_STATE);
+    if (found)
+        SignalEvent(*found);
+    return static_cast<bool>(found);
+}
+
+bool SetEvent(const KnownObject& event) noexcept
+{
+    const Inside inside;
+    CountedObject* const found = event.Get(EVENT_MODIFY_STATE);
+    if (found && !eventKinds.Has(found->kind))
+        return Fail(ERROR_INVALID_HANDLE);
+    if (found)
+        SignalEvent(*found);
+    return found;
 }
 
 bool ResetEvent(Handle event) noexcept
 {
     const Inside inside;
-    const ObjectRef<CountedObject> found = FindObject(event, &IsEvent, EVENT_MODIFY_STATE);
+    const ObjectRef<CountedObject> found = FindObject(event, eventKinds, EVENT_MODIFY_STATE);
     if (!found)
         return false;
     if (found->kind == ObjectKind::Event)

@@ -42,11 +42,6 @@ void Mutex::GiveOn() noexcept
 
 namespace {
 
-bool IsMutex(ObjectKind kind) noexcept
-{
-    return kind == ObjectKind::Mutex || kind == ObjectKind::NamedMutex;
-}
-
 Handle MakeUnnamed(Waiter* initialOwner) noexcept
 {
     auto* const made = new (std::nothrow) Mutex;
@@ -86,7 +81,8 @@ Handle CreateMutexW(bool initialOwner, const char16_t* name) noexcept
 bool ReleaseMutex(Handle mutex) noexcept
 {
     const Inside inside;
-    const ObjectRef<CountedObject> found = FindObject(mutex, &IsMutex, 0);
+    const ObjectRef<CountedObject> found =
+        FindObject(mutex, KindSet(ObjectKind::Mutex, ObjectKind::NamedMutex), 0);
     Waiter* const waiter = found ? CurrentWaiter() : nullptr;
     if (!waiter)
         return false;

@@ -15,13 +15,6 @@ namespace {
 constexpr std::uint32_t spinProbe = 32;
 } // namespace
 
-Wait::Wait(Waiter& itsWaiter, CountedObject* const* itsObjects, std::uint32_t itsCount) noexcept
-    : waiter(itsWaiter), state(itsWaiter.state), objects(itsObjects), count(itsCount)
-{
-    for (std::uint32_t i = 0; i < count; ++i)
-        namedCount += IsNamed(objects[i]->kind) ? 1 : 0;
-}
-
 std::uint32_t Wait::Run(std::uint32_t milliseconds) noexcept
 {
     const Deadline deadline = milliseconds == 0 ? Deadline{0} : Deadline::After(milliseconds);
@@ -46,20 +39,31 @@ std::uint32_t Wait::Look(WaiterState after) noexcept
 {
     for (;;) {
         std::uint32_t index = 0;
-        while (index < count && (IsNamed(objects[index]->kind) ? PassByNamed(index) : PassBy(index)))
+        while (index < objects.Count() && objects.Find(index) && PassBy(index))
             ++index;
         std::uint32_t entered = ENTER;
-        if (index < count ? state.load(std::memory_order_relaxed) == CLAIMED + index
-                          : state.compare_exchange_strong(entered, after, std::memory_order_acq_rel))
-            return index < count ? index : nothing;
+        if (index == objects.Count()) {
+            if (state.compare_exchange_strong(entered, after, std::memory_order_acq_rel))
+                return nothing;
+        } else if (!objects.Find(index)) {
+            state.exchange(IDLE, std::memory_order_acq_rel); // a signal stays with its object
+            return failed;
+        } else if (state.load(std::memory_order_relaxed) == CLAIMED + index) {
+            return index;
+        }
         // An object below was signalled meanwhile, so it counts as first; or a take has failed.
         state.exchange(ENTER, std::memory_order_acq_rel);
     }
 }
 
+bool Wait::PassBy(std::uint32_t index) noexcept
+{
+    return IsNamed(objects[index].kind) ? PassByNamed(index) : PassByLocal(index);
+}
+
 // True if the object is not signalled, with a record hung on it. Otherwise it is taken, or another one that
 // hangs has been signalled: `state` tells.
-bool Wait::PassBy(std::uint32_t index) noexcept
+bool Wait::PassByLocal(std::uint32_t index) noexcept
 {
     Waitable& object = Local(index);
     std::uint32_t flags = object.Lock();
@@ -102,8 +106,8 @@ bool Wait::TakeNamed(std::uint32_t index) noexcept
 
 bool Wait::IsAnyNamedReady(std::uint32_t end) const noexcept
 {
-    for (std::uint32_t i = 0; i < end && namedCount > 0; ++i)
-        if (IsNamed(objects[i]->kind) && Named(i).IsReady(waiter, looks[i]))
+    for (std::uint32_t i = 0; i < end && objects.HaveNamed(); ++i)
+        if (IsNamed(objects[i].kind) && Named(i).IsReady(waiter, looks[i]))
             return true;
     return false;
 }
@@ -124,10 +128,10 @@ std::uint32_t Wait::Sleep(Deadline deadline) noexcept
     if (Spin())
         return ClaimedOr(OPEN, ENTER, lookAgain); // by one of the two
     SleepingWords words;
-    if (namedCount < count)
+    if (!objects.AreAllNamed())
         words.AddOwn(state, ASLEEP);
-    for (std::uint32_t i = 0; i < count && namedCount > 0; ++i) {
-        if (!IsNamed(objects[i]->kind))
+    for (std::uint32_t i = 0; i < objects.Count() && objects.HaveNamed(); ++i) {
+        if (!IsNamed(objects[i].kind))
             continue;
         const std::atomic<std::uint32_t>* const word = Named(i).SleepOn(looks[i]);
         if (!word)
@@ -140,7 +144,7 @@ std::uint32_t Wait::Sleep(Deadline deadline) noexcept
 
     const Asleep sleeping;
     bool isInTime = true;
-    if (namedCount > 0)
+    if (objects.HaveNamed())
         isInTime = words.Sleep(deadline, slice);
     else
         while (isInTime && state.load(std::memory_order_acquire) == ASLEEP)
@@ -158,7 +162,7 @@ bool Wait::Spin() noexcept
     const std::int64_t end = Deadline::Now() + (waiter.spin == 0 ? Waiter::fullSpin : waiter.spin);
     do {
         for (int i = 0; i < 8; ++i) {
-            if (state.load(std::memory_order_acquire) != OPEN || IsAnyNamedReady(count)) {
+            if (state.load(std::memory_order_acquire) != OPEN || IsAnyNamedReady(objects.Count())) {
                 waiter.spin = Waiter::fullSpin;
                 return true;
             }
@@ -173,17 +177,17 @@ bool Wait::Spin() noexcept
 bool Wait::MaySpin() noexcept
 {
     const std::uint32_t here = GetCurrentProcessorNumber();
-    if (namedCount == 0 && waiter.claimersProcessor.load(std::memory_order_relaxed) == here)
+    if (!objects.HaveNamed() && waiter.claimersProcessor.load(std::memory_order_relaxed) == here)
         return false;
-    for (std::uint32_t i = 0; i < count && namedCount > 0; ++i)
-        if (IsNamed(objects[i]->kind) && Named(i).SignallersProcessor() == here)
+    for (std::uint32_t i = 0; i < objects.Count() && objects.HaveNamed(); ++i)
+        if (IsNamed(objects[i].kind) && Named(i).SignallersProcessor() == here)
             return false;
     return waiter.spin != 0 || ++waiter.waits % spinProbe == 0;
 }
 
 void Wait::TakeOff(std::uint32_t index) noexcept
 {
-    if (IsNamed(objects[index]->kind)) {
+    if (IsNamed(objects[index].kind)) {
         Named(index).Leave(looks[index]);
         return;
     }

@@ -3,16 +3,10 @@
 
 #include "platform/linux/futex.h"
 #include "platform/linux/named/named_object.h"
+#include "platform/linux/waits/wait_objects.h"
 #include "platform/linux/waits/waitable.h"
-#include "platform/waits.h"
 
 namespace Platform {
-
-// What stands in a wait is one of these, or an object of this process that signals like one of them.
-constexpr bool IsNamed(ObjectKind kind)
-{
-    return kind == ObjectKind::NamedEvent || kind == ObjectKind::NamedMutex;
-}
 
 // With named members (FORMAT.md of named/) the thread sleeps on their words together with its own state. Such
 // a member is taken in two steps, the waiter's own claim and then the object, and only in this order: a
@@ -21,24 +15,29 @@ constexpr bool IsNamed(ObjectKind kind)
 // passed it over.
 class Wait {
 public:
-    // The objects are the caller's, and live as long.
-    Wait(Waiter& itsWaiter, CountedObject* const* itsObjects, std::uint32_t itsCount) noexcept;
+    Wait(Waiter& itsWaiter, WaitObjects& itsObjects) noexcept
+        : waiter(itsWaiter), state(itsWaiter.state), objects(itsObjects)
+    {
+    }
 
     static constexpr std::uint32_t nothing = UINT32_MAX;
-    // The index of the object that was taken, or nothing if the time is up.
+    static constexpr std::uint32_t failed = nothing - 1;
+    // The index of the object that was taken, nothing if the time is up, failed with the last error if an
+    // object was not found.
     std::uint32_t Run(std::uint32_t milliseconds) noexcept;
 
 private:
-    static constexpr std::uint32_t lookAgain = nothing - 1;
+    static constexpr std::uint32_t lookAgain = nothing - 2;
 
-    Waitable& Local(std::uint32_t index) const noexcept { return static_cast<Waitable&>(*objects[index]); }
+    Waitable& Local(std::uint32_t index) const noexcept { return static_cast<Waitable&>(objects[index]); }
     NamedObject& Named(std::uint32_t index) const noexcept
     {
-        return static_cast<NamedObject&>(*objects[index]);
+        return static_cast<NamedObject&>(objects[index]);
     }
 
     std::uint32_t Look(WaiterState after) noexcept;
     bool PassBy(std::uint32_t index) noexcept;
+    bool PassByLocal(std::uint32_t index) noexcept;
     bool PassByNamed(std::uint32_t index) noexcept;
     bool TakeNamed(std::uint32_t index) noexcept;
 
@@ -51,9 +50,7 @@ private:
 
     Waiter& waiter;
     std::atomic<std::uint32_t>& state;
-    CountedObject* const* const objects;
-    const std::uint32_t count;
-    std::uint32_t namedCount = 0;
+    WaitObjects& objects;
     std::uint32_t hung = 0; // so many members, from the first on, have a record or a look
     std::int64_t slice = 0; // nanoseconds, where the kernel cannot wait for several words
     // Filled as far as `hung`: a record where the member is of this process, a look where it has a name.

@@ -1,7 +1,5 @@
 // The waits that callers see: handles in, results out.
 #include "platform/errors.h"
-#include "platform/linux/handles/handle_table.h"
-#include "platform/linux/messages/thread_queue.h"
 #include "platform/linux/named/named_mutex.h"
 #include "platform/linux/suspension.h"
 #include "platform/linux/waits/mutex.h"
@@ -10,44 +8,6 @@
 namespace Platform {
 
 namespace {
-
-// The objects of a wait with a count each, for they live as long as the wait does.
-class Objects {
-public:
-    Objects() noexcept = default;
-    Objects(const Objects&) = delete;
-    Objects& operator=(const Objects&) = delete;
-    ~Objects()
-    {
-        for (std::uint32_t i = 0; i < count; ++i)
-            held[i]->DropReferences(1);
-    }
-
-    // False with the last error.
-    bool Add(Handle handle) noexcept
-    {
-        ObjectRef<CountedObject> found = FindObject(handle, &IsWaitable, SYNCHRONIZE);
-        if (!found)
-            return false;
-        held[count++] = found.Detach();
-        return true;
-    }
-
-    void Add(CountedObject& object) noexcept
-    {
-        object.AddReferences(1);
-        held[count++] = &object;
-    }
-
-    static bool IsWaitable(ObjectKind kind) noexcept
-    {
-        return kind == ObjectKind::Event || kind == ObjectKind::Mutex || kind == ObjectKind::Thread
-            || IsNamed(kind);
-    }
-
-    std::uint32_t count = 0;
-    CountedObject* held[MAXIMUM_WAIT_OBJECTS]; // NOLINT: filled as far as `count`
-};
 
 // What the wait gives for the object, once the thread has it.
 std::uint32_t ResultFor(std::uint32_t index, CountedObject& object, Waiter& waiter) noexcept
@@ -90,25 +50,17 @@ std::uint32_t WaitFor(
     if (count + (queue ? 1 : 0) > MAXIMUM_WAIT_OBJECTS)
         return FailedWait(ERROR_INVALID_PARAMETER);
     Waiter* const waiter = CurrentWaiter();
-    Objects objects;
-    if (!waiter || (count > 0 && !objects.Add(handles[0])))
+    WaitObjects objects(count, handles, queue);
+    if (!waiter || !objects.Check() || !objects.Find(0))
         return WAIT_FAILED;
-    // The rest need not be counted if the first one is there; but they have to be good.
-    for (std::uint32_t i = 1; i < count; ++i)
-        if (!CheckHandle(handles[i], &Objects::IsWaitable, SYNCHRONIZE))
-            return WAIT_FAILED;
-    if (count > 0 && TakeAtOnce(*objects.held[0], *waiter))
-        return ResultFor(0, *objects.held[0], *waiter);
-    if (count == 1 && !queue && milliseconds == 0 && IsUnsignalled(*objects.held[0]))
+    if (TakeAtOnce(objects[0], *waiter))
+        return ResultFor(0, objects[0], *waiter);
+    if (objects.Count() == 1 && milliseconds == 0 && IsUnsignalled(objects[0]))
         return WAIT_TIMEOUT;
-    for (std::uint32_t i = 1; i < count; ++i)
-        if (!objects.Add(handles[i]))
-            return WAIT_FAILED;
-    if (queue)
-        objects.Add(*queue);
-
-    const std::uint32_t index = Wait(*waiter, objects.held, objects.count).Run(milliseconds);
-    return index == Wait::nothing ? WAIT_TIMEOUT : ResultFor(index, *objects.held[index], *waiter);
+    const std::uint32_t index = Wait(*waiter, objects).Run(milliseconds);
+    if (index >= Wait::failed)
+        return index == Wait::failed ? WAIT_FAILED : WAIT_TIMEOUT;
+    return ResultFor(index, objects[index], *waiter);
 }
 
 } // namespace
@@ -130,6 +82,39 @@ std::uint32_t MsgWaitForMultipleObjectsEx(std::uint32_t count, const Handle* han
 std::uint32_t WaitForSingleObject(Handle handle, std::uint32_t milliseconds) noexcept
 {
     return WaitForMultipleObjects(1, &handle, milliseconds);
+}
+
+std::uint32_t WaitForEither(const KnownObject& first, const KnownObject& second) noexcept
+{
+    const Inside inside;
+    Waiter* const waiter = CurrentWaiter();
+    CountedObject* const object = first.Get(SYNCHRONIZE);
+    if (!waiter || !object || !second.Get(SYNCHRONIZE))
+        return WAIT_FAILED;
+    if (TakeAtOnce(*object, *waiter))
+        return ResultFor(0, *object, *waiter);
+    const Handle both[] = {first.GetHandle(), second.GetHandle()};
+    return WaitFor(2, both, nullptr, INFINITE);
+}
+
+KnownObject::KnownObject(Handle itsHandle) noexcept
+    : handle(itsHandle), object(FindObject(itsHandle, waitableKinds, 0).Detach())
+{
+    const KnownHandle known = KnowHandle(handle);
+    state = known.word;
+    access = known.access;
+}
+
+KnownObject::~KnownObject()
+{
+    if (object)
+        object->DropReferences(1);
+}
+
+CountedObject* KnownObject::Refuse() const noexcept
+{
+    SetLastError(IsOpen() ? ERROR_ACCESS_DENIED : ERROR_INVALID_HANDLE);
+    return nullptr;
 }
 
 } // namespace Platform

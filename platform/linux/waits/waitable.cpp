@@ -3,6 +3,8 @@
 #include "platform/kernel.h"
 #include "platform/linux/pause.h"
 
+#include <iterator>
+
 namespace Platform {
 
 // Who is to be woken behind the unlock: by address alone, invariant 3.
@@ -10,7 +12,7 @@ class Waitable::Wakes {
 public:
     void Add(const std::atomic<std::uint32_t>& bell) noexcept
     {
-        if (count == sizeof bells / sizeof *bells)
+        if (count == std::size(bells))
             WakeByAddressSingle(&bell); // rare, and only late for who waits for the lock
         else
             bells[count++] = &bell;
@@ -84,15 +86,6 @@ void Waitable::Unlock(std::uint32_t flags) noexcept
         WakeByAddressSingle(&word);
 }
 
-void Waitable::Signal() noexcept
-{
-    std::uint32_t seen = word.load(std::memory_order_relaxed);
-    while (!(seen & (LOCK | WAITERS))) // keeps (8)
-        if (word.compare_exchange_weak(seen, seen | SIGNALLED, std::memory_order_release))
-            return;
-    SignalWaiters();
-}
-
 // In the order of hanging. An object that is taken goes to the first wait that can be claimed, or stays
 // signalled; a mutex has its new owner before that one can run.
 void Waitable::SignalWaiters() noexcept
@@ -133,21 +126,6 @@ void Waitable::Unsignal() noexcept
             return;
     Lock();
     Unlock(0);
-}
-
-bool Waitable::TakeQuickly(Waiter& waiter) noexcept
-{
-    std::uint32_t seen = word.load(std::memory_order_acquire);
-    if (taking == Taking::Nothing)
-        return seen & SIGNALLED;
-    while ((seen & (LOCK | WAITERS | SIGNALLED)) == SIGNALLED) // keeps (8)
-        if (word.compare_exchange_weak(
-                seen, seen & ~SIGNALLED, std::memory_order_acquire, std::memory_order_relaxed)) {
-            if (taking == Taking::Ownership)
-                owner.store(&waiter, std::memory_order_relaxed);
-            return true;
-        }
-    return owner.load(std::memory_order_relaxed) == &waiter;
 }
 
 std::uint32_t Waitable::Take(Waiter& waiter, std::uint32_t flags) noexcept

@@ -45,11 +45,31 @@ public:
     enum class Taking : std::uint8_t { Nothing, Signal, Ownership };
 
     // Releases waits, or leaves the signal: all waits or one, as the object is taken.
-    void Signal() noexcept;
+    void Signal() noexcept
+    {
+        std::uint32_t seen = word.load(std::memory_order_relaxed);
+        while (!(seen & (LOCK | WAITERS))) // keeps (8)
+            if (word.compare_exchange_weak(seen, seen | SIGNALLED, std::memory_order_release))
+                return;
+        SignalWaiters();
+    }
     void Unsignal() noexcept;
 
     // Takes the object if it is signalled and nobody hangs on it; false says nothing.
-    bool TakeQuickly(Waiter& waiter) noexcept;
+    bool TakeQuickly(Waiter& waiter) noexcept
+    {
+        std::uint32_t seen = word.load(std::memory_order_acquire);
+        if (taking == Taking::Nothing)
+            return seen & SIGNALLED;
+        while ((seen & (LOCK | WAITERS | SIGNALLED)) == SIGNALLED) // keeps (8)
+            if (word.compare_exchange_weak(
+                    seen, seen & ~SIGNALLED, std::memory_order_acquire, std::memory_order_relaxed)) {
+                if (taking == Taking::Ownership)
+                    owner.store(&waiter, std::memory_order_relaxed);
+                return true;
+            }
+        return owner.load(std::memory_order_relaxed) == &waiter;
+    }
 
     bool IsSignalled() const noexcept { return word.load(std::memory_order_acquire) & SIGNALLED; }
 

@@ -14,9 +14,9 @@
 
 namespace Platform {
 
-namespace {
+constinit thread_local Waiter* currentWaiter = nullptr;
 
-[[gnu::tls_model("initial-exec")]] constinit thread_local Waiter* current = nullptr;
+namespace {
 
 // Guards the list of those that are free; the allocator is not called under it.
 constinit std::mutex poolLock;
@@ -33,7 +33,9 @@ const pthread_key_t* EndKey() noexcept
     return isMade ? &key : nullptr;
 }
 
-Waiter* MakeCurrent() noexcept
+} // namespace
+
+Waiter* MakeCurrentWaiter() noexcept
 {
     const Inside inside;
     Waiter* const made = NewWaiter();
@@ -41,17 +43,10 @@ Waiter* MakeCurrent() noexcept
         return nullptr;
     if (InstallWaiter(*made))
         return made;
-    current = nullptr;
+    currentWaiter = nullptr;
     GiveWaiterBack(*made);
     SetLastError(ERROR_NOT_ENOUGH_MEMORY);
     return nullptr;
-}
-
-} // namespace
-
-Waiter* CurrentWaiter() noexcept
-{
-    return current ? current : MakeCurrent();
 }
 
 Waiter* NewWaiter() noexcept
@@ -71,7 +66,7 @@ Waiter* NewWaiter() noexcept
 
 bool InstallWaiter(Waiter& waiter) noexcept
 {
-    current = &waiter;
+    currentWaiter = &waiter;
     const pthread_key_t* const key = EndKey();
     return key && ::pthread_setspecific(*key, &waiter) == 0;
 }
@@ -97,7 +92,7 @@ void EndThread(void* ending) noexcept
         queue->End();
     ThreadObject* const thread = std::exchange(waiter.thread, nullptr);
     waiter.spin = Waiter::fullSpin;
-    current = nullptr; // a later destructor that waits begins anew, and ends once more
+    currentWaiter = nullptr; // a later destructor that waits begins anew, and ends once more
     GiveWaiterBack(waiter);
     if (thread)
         thread->End();

@@ -45,8 +45,15 @@ struct alignas(64) Waiter {
     Waiter* nextFree = nullptr; // guarded by the pool
 };
 
+// The calling thread's; null until it waits for the first time, and behind its end.
+[[gnu::tls_model("initial-exec")]] extern constinit thread_local Waiter* currentWaiter;
+Waiter* MakeCurrentWaiter() noexcept;
+
 // The calling thread's, given back when it ends; null with ERROR_NOT_ENOUGH_MEMORY.
-Waiter* CurrentWaiter() noexcept;
+inline Waiter* CurrentWaiter() noexcept
+{
+    return currentWaiter ? currentWaiter : MakeCurrentWaiter();
+}
 
 // For a thread that is about to start: one made beforehand, null as above; and its installation there. False
 // says that nobody will call EndThread: the thread does so itself.
