@@ -30,152 +30,100 @@
 #define ASLEEP 4
 #define CLAIMED 5 /* + index */
 
-#ifdef MANUAL0
-#define KEEPS0 true
-#else
-#define KEEPS0 false
+#ifndef MANUAL0
+#define MANUAL0 0
 #endif
-#ifdef MANUAL1
-#define KEEPS1 true
-#else
-#define KEEPS1 false
+#ifndef MANUAL1
+#define MANUAL1 0
 #endif
-#define KEEPS(o) (o == 0 -> KEEPS0 : KEEPS1)
+#define KEEPS(o) (o == 0 -> MANUAL0 : MANUAL1)
 #ifdef NAMED1
 #define IS_NAMED(o) (o == 1)
 #else
-#define IS_NAMED(o) (false && o == o)
+#define IS_NAMED(o) (o == 9)
 #endif
 
 byte state[WAITERS];
 bool waiting[WAITERS]; /* its records are alive */
 bool sleeping[WAITERS]; /* in the kernel */
-
-bool locked[2];
-bool signalled[2];
+bool locked[2], signalled[2];
 bool hung[2 * WAITERS]; /* by object, then waiter */
-#define HUNG(o, w) hung[(o) * WAITERS + (w)]
-
 bool sleepers; /* of the word between processes; `signalled[1]` is its signal */
 byte sequence;
-
-byte sets[2];
-byte taken[2];
-byte merged[2]; /* into a signal that nobody had taken, or reset with it */
+byte sets[2], taken[2], merged[2]; /* merged into a signal that nobody had taken, or reset with it */
 byte timeouts;
 
+#if defined(NAMED1) && !defined(ANNOUNCED_BLINDLY)
+#define WORD_IS_THE_SAME (!signalled[1] && sleepers && sequence == seen)
+#else
+#define WORD_IS_THE_SAME true
+#endif
+#define HUNG(o, w) hung[(o) * WAITERS + (w)]
 #define NOBODY_HANGS(o) (HUNG(o, 0) + HUNG(o, WAITERS - 1) == 0)
-#define MET_ALIVE(w) assert(waiting[w])
-#define EXACT(o) assert(o == 0 || !signalled[0])
-#define NOTHING_LEFT assert(!signalled[0] && (IS_NAMED(1) || !signalled[1]))
 #define LOCK(o) atomic { !locked[o] -> locked[o] = true }
+#define EACH(i, n) i = 0; do :: i == n -> break :: else ->
+#define NEXT(i) i++ od
 
 /* From `from` to `to`, and whether that was so. */
-inline Swap(w, from, to)
-{
-    yes = (state[w] == from);
-    state[w] = (yes -> to : state[w])
-}
-
-inline TakeSignal(o)
-{
-    signalled[o] = KEEPS(o);
-    taken[o]++
-}
+inline Swap(w, from, to) { yes = (state[w] == from); state[w] = (yes -> to : state[w]) }
+inline TakeSignal(o) { signalled[o] = KEEPS(o); taken[o]++ }
+inline LeaveSignal(o) { sets[o]++; merged[o] = merged[o] + signalled[o]; signalled[o] = true }
 
 /* ---- A setter */
 
-inline Wake(w)
-{
-    atomic { sleeping[w] = false }
-}
-
 inline Walk(o)
 {
-    w = 0;
-    do
-    :: w == WAITERS -> break
-    :: else ->
+    EACH(w, WAITERS)
         atomic {
-            owed = false;
-            yes = false;
+            yes = HUNG(o, w) && (state[w] == OPEN || state[w] == ASLEEP);
+            assert(!HUNG(o, w) || waiting[w]);
             if
-            :: !HUNG(o, w)
-            :: HUNG(o, w) ->
-                MET_ALIVE(w);
-                if
-                :: state[w] == OPEN || state[w] == ASLEEP ->
-                    owed = (state[w] == ASLEEP);
-                    state[w] = CLAIMED + o;
-                    HUNG(o, w) = false; /* (2): nothing of the waiter is touched any more but its bell */
-                    taken[o]++;
-                    yes = true
+            :: yes -> /* (2): nothing of the waiter is touched any more but its bell */
+                wakes = wakes | (state[w] == ASLEEP -> 1 << w : 0);
+                state[w] = CLAIMED + o;
+                HUNG(o, w) = false;
+                taken[o]++
 #ifndef WITHOUT_DIRTY
-                :: state[w] == ENTER -> state[w] = DIRTY
+            :: !yes && HUNG(o, w) && state[w] == ENTER -> state[w] = DIRTY
 #endif
-                :: else
-                fi
+            :: else
             fi
         };
-        if
-        :: owed -> wakes = wakes | (1 << w)
-        :: else
-        fi;
         given = given || yes;
         if
         :: yes && !KEEPS(o) -> break
         :: else
         fi;
-        w++
-    od
+    NEXT(w)
 }
 
 proctype Setter(byte o)
 {
     byte w, wakes;
-    bool yes, owed, given;
+    bool yes, given;
     if
     :: IS_NAMED(o) ->
         atomic { /* one system call, or one step where nobody sleeps */
-            sets[o]++;
-            merged[o] = merged[o] + signalled[o];
-            signalled[o] = true;
-            w = 0;
-            do
-            :: w == WAITERS -> break
-            :: else ->
-                sleeping[w] = (sleepers -> false : sleeping[w]);
-                w++
-            od
+            LeaveSignal(o);
+            EACH(w, WAITERS) sleeping[w] = (sleepers -> false : sleeping[w]); NEXT(w)
         }
-    :: else ->
+    :: atomic { !IS_NAMED(o) && !locked[o] && NOBODY_HANGS(o) -> LeaveSignal(o) }
+    :: atomic { !IS_NAMED(o) && !locked[o] && !NOBODY_HANGS(o) -> locked[o] = true };
+        sets[o]++;
         if
-        :: atomic { !locked[o] && NOBODY_HANGS(o) ->
-                sets[o]++;
-                merged[o] = merged[o] + signalled[o];
-                signalled[o] = true
-            }
-        :: atomic { !locked[o] && !NOBODY_HANGS(o) -> locked[o] = true };
-            sets[o]++;
-            if
-            :: signalled[o] -> atomic { merged[o]++; locked[o] = false }
-            :: else ->
+        :: signalled[o] -> atomic { merged[o]++; locked[o] = false }
+        :: else ->
 #ifdef SIGNALLED_EARLY
-                signalled[o] = true;
+            signalled[o] = true;
 #endif
-                Walk(o);
-                atomic { signalled[o] = !given || KEEPS(o); locked[o] = false }; /* (7) */
-                w = 0;
-                do
-                :: w == WAITERS -> break
-                :: else ->
-                    if
-                    :: wakes & (1 << w) -> Wake(w)
-                    :: else
-                    fi;
-                    w++
-                od
-            fi
+            Walk(o);
+            atomic { signalled[o] = !given || KEEPS(o); locked[o] = false }; /* (7) */
+            EACH(w, WAITERS)
+                if
+                :: wakes & (1 << w) -> sleeping[w] = false
+                :: else
+                fi;
+            NEXT(w)
         fi
     fi
 }
@@ -188,6 +136,12 @@ proctype Resetter()
 /* ---- A waiter */
 
 /* `yes`: object o is taken. `looks`: it was not signalled. Neither: something below has been signalled. */
+inline Claim(o)
+{
+    Swap(me, ENTER, CLAIMED + o);
+    assert(!yes || o == 0 || !signalled[0]) /* the lowest index, exactly */
+}
+
 inline PassByLocal(o)
 {
     LOCK(o);
@@ -196,9 +150,9 @@ inline PassByLocal(o)
     :: looks -> atomic { HUNG(o, me) = true; locked[o] = false; yes = false }
     :: else ->
         atomic {
-            Swap(me, ENTER, CLAIMED + o);
+            Claim(o);
             if
-            :: yes -> EXACT(o); TakeSignal(o); HUNG(o, me) = false
+            :: yes -> TakeSignal(o); HUNG(o, me) = false
             :: else
             fi
         };
@@ -213,48 +167,24 @@ inline PassByNamed(o)
     :: looks
     :: else ->
 #ifndef CLAIM_AFTER_TAKING
-        atomic { Swap(me, ENTER, CLAIMED + o); if :: yes -> EXACT(o) :: else fi };
+        atomic { Claim(o) };
 #else
         yes = true;
 #endif
-        if
-        :: !yes
-        :: else ->
-            atomic {
-                yes = signalled[o];
-                if
-                :: yes -> TakeSignal(o); sleepers = false; sequence = (sequence + 1) % 4
-                :: else
-                fi
-            };
-#ifdef CLAIM_AFTER_TAKING
+        atomic {
+            yes = yes && signalled[o];
             if
-            :: yes -> Swap(me, ENTER, CLAIMED + o); assert(yes)
+            :: yes -> TakeSignal(o); sleepers = false; sequence = (sequence + 1) % 4
             :: else
             fi
+        };
+#ifdef CLAIM_AFTER_TAKING
+        atomic { if :: yes -> Swap(me, ENTER, CLAIMED + o); assert(yes) :: else fi }
 #endif
 #ifdef WITHOUT_LOOKING_ANEW
-            if
-            :: yes
-            :: else -> atomic { state[me] = ENTER; looks = true }
-            fi
+        atomic { if :: !yes && state[me] == CLAIMED + o -> state[me] = ENTER; looks = true :: else fi }
 #endif
-        fi
     fi
-}
-
-inline Unhang()
-{
-    i = 0;
-    do
-    :: i == 2 -> break
-    :: else ->
-        if
-        :: HUNG(i, me) -> LOCK(i); atomic { HUNG(i, me) = false; locked[i] = false }
-        :: else
-        fi;
-        i++
-    od
 }
 
 proctype Waiter(byte me)
@@ -270,10 +200,7 @@ next:
     waiting[me] = true;
 again:
     state[me] = ENTER; /* whatever it was: DIRTY, or CLAIMED by itself for a take that failed */
-    i = 0;
-    do
-    :: i == 2 -> break
-    :: else ->
+    EACH(i, 2)
         if
         :: IS_NAMED(i) -> PassByNamed(i)
         :: else -> PassByLocal(i)
@@ -283,9 +210,8 @@ again:
         :: !yes && !looks -> goto again
         :: else
         fi;
-        i++
-    od;
-    atomic { Swap(me, ENTER, OPEN); if :: yes -> NOTHING_LEFT :: else fi };
+    NEXT(i);
+    atomic { Swap(me, ENTER, OPEN); assert(!yes || (!signalled[0] && (IS_NAMED(1) || !signalled[1]))) };
     if
     :: yes
     :: else -> goto again
@@ -294,35 +220,16 @@ again:
     atomic { looks = !signalled[1]; sleepers = sleepers || looks; seen = sequence };
     if
     :: looks
-    :: else ->
-        atomic { Swap(me, OPEN, ENTER) };
-        if
-        :: yes -> goto again
-        :: else -> goto done
-        fi
+    :: else -> goto rescan
     fi;
 #endif
     atomic { Swap(me, OPEN, ASLEEP) };
-    if
-    :: yes
-    :: else -> goto done
-    fi;
     do
     :: atomic { state[me] != ASLEEP -> break }
-    :: atomic { state[me] == ASLEEP && timeouts < TIMEOUTS ->
-            timeouts++; state[me] = IDLE; goto done
-        }
+    :: atomic { state[me] == ASLEEP && timeouts < TIMEOUTS -> timeouts++; state[me] = IDLE; break }
     :: else ->
         atomic { /* the kernel compares, and puts it to sleep */
-#ifdef NAMED1
-#ifndef ANNOUNCED_BLINDLY
-            sleeping[me] = (state[me] == ASLEEP && !signalled[1] && sleepers && sequence == seen)
-#else
-            sleeping[me] = (state[me] == ASLEEP)
-#endif
-#else
-            sleeping[me] = (state[me] == ASLEEP)
-#endif
+            sleeping[me] = (state[me] == ASLEEP && WORD_IS_THE_SAME)
         };
 endAsleep:
         if
@@ -337,8 +244,22 @@ endAsleep:
         fi
 #endif
     od;
+    goto done;
+#ifdef NAMED1
+rescan:
+    atomic { Swap(me, OPEN, ENTER) };
+    if
+    :: yes -> goto again
+    :: else
+    fi;
+#endif
 done:
-    Unhang();
+    EACH(i, 2)
+        if
+        :: HUNG(i, me) -> LOCK(i); atomic { HUNG(i, me) = false; locked[i] = false }
+        :: else
+        fi;
+    NEXT(i);
     atomic { state[me] = IDLE; waiting[me] = false; yes = false; looks = false; seen = 0; i = 0 };
     goto next;
 over:
@@ -350,36 +271,16 @@ active proctype Judge()
 {
     byte w;
     atomic {
-        w = 0;
-        do
-        :: w == WAITERS -> break
-        :: else -> run Waiter(w); w++
-        od;
-        w = 0;
-        do
-        :: w == SETS0 -> break
-        :: else -> run Setter(0); w++
-        od;
-        w = 0;
-        do
-        :: w == SETS1 -> break
-        :: else -> run Setter(1); w++
-        od;
-        w = 0;
-        do
-        :: w == RESETS0 -> break
-        :: else -> run Resetter(); w++
-        od
+        EACH(w, WAITERS) run Waiter(w); NEXT(w);
+        EACH(w, SETS0) run Setter(0); NEXT(w);
+        EACH(w, SETS1) run Setter(1); NEXT(w);
+        EACH(w, RESETS0) run Resetter(); NEXT(w)
     };
     timeout -> atomic {
-        w = 0;
-        do
-        :: w == WAITERS -> break
-        :: else ->
+        EACH(w, WAITERS)
             assert(!(sleeping[w] && (signalled[0] || signalled[1])));
             assert(!waiting[w] || sleeping[w]);
-            w++
-        od;
+        NEXT(w);
         assert(KEEPS(0) || taken[0] + signalled[0] + merged[0] == sets[0]);
         assert(KEEPS(1) || taken[1] + signalled[1] + merged[1] == sets[1])
     }

@@ -14,39 +14,45 @@ namespace {
 // The threads that can be interrupted just now.
 class Targets {
 public:
-    class Entered {
-    public:
-        explicit Entered(Targets& entered) : targets(entered), thread(Mt::CurrentThread()->GetThread())
-        {
-            const std::lock_guard guard(targets.lock);
-            targets.threads.insert(thread);
-        }
-        ~Entered()
-        {
-            const std::lock_guard guard(targets.lock);
-            targets.threads.erase(targets.threads.find(thread));
-        }
-        Entered(const Entered&) = delete;
-        Entered& operator=(const Entered&) = delete;
-
-    private:
-        Targets& targets;
-        const FacePtr<Mt::Thread> thread;
-    };
-
+    void Change(const FacePtr<Mt::Thread>& thread, bool isThere)
+    {
+        const std::lock_guard guard(lock);
+        if (isThere)
+            threads.insert(thread);
+        else
+            threads.erase(threads.find(thread));
+    }
     bool InterruptOne(unsigned drawn)
     {
         const std::lock_guard guard(lock);
-        if (threads.empty())
-            return false;
-        (*std::next(threads.begin(), drawn % threads.size()))->Interrupt();
-        return true;
+        if (!threads.empty())
+            (*std::next(threads.begin(), drawn % threads.size()))->Interrupt();
+        return !threads.empty();
     }
 
 private:
     std::mutex lock;
     std::multiset<FacePtr<Mt::Thread>> threads; // a caller stands there again while it runs a member itself
 };
+
+// Makes the calling thread a target, and none again behind the action.
+template <class Do>
+void AsTarget(Targets& targets, Do action)
+{
+    const FacePtr<Mt::Thread> self = Mt::CurrentThread()->GetThread();
+    targets.Change(self, true);
+    const std::string thrown = Thrown(action);
+    targets.Change(self, false);
+    if (!thrown.empty())
+        Mt::CurrentThread()->CheckInterrupted();
+}
+
+FacePtr<Mt::Blocker> SetAutoEvent()
+{
+    const auto event = AutoEvent();
+    event->Set();
+    return event;
+}
 
 FacePtr<Mt::MultiBlocker> RandomComposite(std::minstd_rand& random, Targets& targets, int depth)
 {
@@ -57,13 +63,9 @@ FacePtr<Mt::MultiBlocker> RandomComposite(std::minstd_rand& random, Targets& tar
         case 0:
             made->Add(Timer(1 + random() % 3));
             break;
-        case 1: {
-            const auto event = AutoEvent();
-            if (random() % 2 == 0 || depth == 0)
-                event->Set();
-            made->Add(event);
+        case 1:
+            made->Add(random() % 2 == 0 ? SetAutoEvent() : AutoEvent());
             break;
-        }
         case 2:
             if (depth > 0) {
                 made->Add(RandomComposite(random, targets, depth - 1));
@@ -71,10 +73,8 @@ FacePtr<Mt::MultiBlocker> RandomComposite(std::minstd_rand& random, Targets& tar
             }
             [[fallthrough]];
         default:
-            made->Add(Blocking([&targets, span = random() % 3] {
-                const Targets::Entered entered(targets);
-                Mt::Sleep(span);
-            }));
+            made->Add(
+                Blocking([&targets, span = random() % 3] { AsTarget(targets, [=] { Mt::Sleep(span); }); }));
         }
     made->Add(Timer(5));
     return made;
@@ -95,8 +95,7 @@ TEST(MultiBlockerStorm, LosesNoInterruptAndInventsNone)
     for (unsigned seed = 1; seed <= living; ++seed)
         callers.push_back(Start([&, seed] {
             std::minstd_rand random(seed);
-            {
-                const Targets::Entered entered(targets);
+            AsTarget(targets, [&] {
                 while (std::chrono::steady_clock::now() < end) {
                     const auto composite = RandomComposite(random, targets, 2);
                     const std::string thrown = Thrown([&] { composite->Block(); });
@@ -104,7 +103,7 @@ TEST(MultiBlockerStorm, LosesNoInterruptAndInventsNone)
                     EXPECT_TRUE(thrown.empty() || (thrown == "interrupted" && drained > 0)) << thrown;
                     taken += static_cast<std::uint64_t>(drained);
                 }
-            }
+            });
             taken += static_cast<std::uint64_t>(DrainInterrupts());
             --living;
         }));

@@ -24,7 +24,6 @@ public:
     }
     ~ChildProcess() { Kill(); }
 
-    pid_t Number() const { return pid; }
     // The exit code of one that had ended by itself, -1 if it is killed here.
     int Kill()
     {

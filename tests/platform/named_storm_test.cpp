@@ -6,12 +6,9 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <atomic>
 #include <fcntl.h>
-#include <random>
 #include <thread>
-#include <vector>
 
 using namespace Platform;
 
@@ -24,17 +21,13 @@ constexpr std::size_t places = 3;
 // What the processes write beside the objects, to be judged. The test keeps all objects open, so that none is
 // made afresh while this is not.
 struct Ledger {
-    struct Signal {
-        std::atomic<bool> isOut;
-        std::atomic<std::uint64_t> taken;
-    };
-    Signal signals[places];
+    std::atomic<bool> isOut[places]; // a signal of the event
     std::atomic<std::uint64_t> sent;
+    std::atomic<std::uint64_t> taken;
     std::atomic<bool> isOver;
 
     std::atomic<int> inside[places]; // the process that is in the section of the mutex
     std::atomic<std::uint64_t> abandoned;
-    std::atomic<std::uint64_t> entered;
 };
 
 constexpr char ledgerName[] = "TESSEL_TEST_LEDGER";
@@ -69,28 +62,13 @@ std::u16string Numbered(const char16_t* kind, std::size_t place)
     const std::string ledger = std::getenv(ledgerName);
     return kind + std::u16string(ledger.begin(), ledger.end()) + static_cast<char16_t>(u'0' + place);
 }
-std::vector<OwnedHandle> OpenEvents()
+std::vector<OwnedHandle> OpenAll(bool areMutexes)
 {
-    std::vector<OwnedHandle> events;
+    std::vector<OwnedHandle> opened;
     for (std::size_t i = 0; i < places; ++i)
-        events.emplace_back(CreateEventW(false, false, Numbered(u"event", i).c_str()));
-    return events;
-}
-std::vector<OwnedHandle> OpenMutexes()
-{
-    std::vector<OwnedHandle> mutexes;
-    for (std::size_t i = 0; i < places; ++i)
-        mutexes.emplace_back(CreateMutexW(false, Numbered(u"mutex", i).c_str()));
-    return mutexes;
-}
-
-// A random choice in random order, at least `least` of them.
-std::vector<Handle> Choose(std::minstd_rand& random, const std::vector<OwnedHandle>& all, std::size_t least)
-{
-    std::vector<Handle> chosen(all.begin(), all.end());
-    std::shuffle(chosen.begin(), chosen.end(), random);
-    chosen.resize(least + random() % (chosen.size() - least + 1));
-    return chosen;
+        opened.emplace_back(areMutexes ? CreateMutexW(false, Numbered(u"mutex", i).c_str())
+                                       : CreateEventW(false, false, Numbered(u"event", i).c_str()));
+    return opened;
 }
 
 // Three threads that wait for named events and for one of their own process, which a fourth one sets all the
@@ -98,7 +76,7 @@ std::vector<Handle> Choose(std::minstd_rand& random, const std::vector<OwnedHand
 int TakeSignals(int seed)
 {
     Ledger& ledger = OpenLedger();
-    const std::vector<OwnedHandle> events = OpenEvents();
+    const std::vector<OwnedHandle> events = OpenAll(false);
     const OwnedHandle own = Event();
     std::atomic<bool> isOwnOut{false};
     std::atomic<bool> isWrong{false};
@@ -108,19 +86,16 @@ int TakeSignals(int seed)
             std::minstd_rand random(static_cast<unsigned>(4 * seed + thread + 1));
             while (!ledger.isOver) {
                 std::vector<Handle> chosen = Choose(random, events, thread == 0 ? places : 1);
-                chosen.insert(random() % 2 == 0 ? chosen.begin() : chosen.end(), own);
-                const std::uint32_t result = WaitForMultipleObjects(
-                    static_cast<std::uint32_t>(chosen.size()), chosen.data(), 1 + random() % 20);
+                PutAtOneEnd(random, chosen, own);
+                const std::uint32_t result = WaitForAny(chosen, 1 + random() % 20);
                 if (result == WAIT_TIMEOUT)
                     continue;
                 if (chosen[result] == own) {
                     isWrong = isWrong || !isOwnOut.exchange(false);
                     continue;
                 }
-                const auto place = std::ranges::find(events, chosen[result]) - events.begin();
-                Ledger::Signal& signal = ledger.signals[place];
-                ++signal.taken;
-                isWrong = isWrong || !signal.isOut.exchange(false);
+                ++ledger.taken;
+                isWrong = isWrong || !ledger.isOut[PlaceOf(chosen[result], events)].exchange(false);
             }
         });
     while (!ledger.isOver)
@@ -141,8 +116,8 @@ int LiveDangerously(int seed)
     std::minstd_rand random(static_cast<unsigned>(seed));
     const OwnedHandle never = Event();
     for (;;) {
-        const std::vector<OwnedHandle> mutexes = OpenMutexes();
-        const std::vector<OwnedHandle> events = OpenEvents();
+        const std::vector<OwnedHandle> mutexes = OpenAll(true);
+        const std::vector<OwnedHandle> events = OpenAll(false);
         for (int turn = 0; turn < 20; ++turn) {
             std::vector<Handle> chosen = Choose(random, mutexes, 1);
             if (random() % 2 == 0)
@@ -153,11 +128,10 @@ int LiveDangerously(int seed)
                 return 2; // somebody who was killed has held it up
             const bool isAbandoned = result >= WAIT_ABANDONED_0;
             const Handle mutex = chosen[result - (isAbandoned ? WAIT_ABANDONED_0 : 0)];
-            const auto place = std::ranges::find(mutexes, mutex) - mutexes.begin();
+            const std::size_t place = PlaceOf(mutex, mutexes);
             if (ledger.inside[place].exchange(::getpid()) != 0 && !isAbandoned)
                 return 3; // two at once, or an owner's end that nobody was told
             ledger.abandoned += isAbandoned ? 1 : 0;
-            ++ledger.entered;
             if (random() % 4 == 0)
                 WaitForSingleObject(events[random() % places], random() % 2);
             SetEvent(events[random() % places]);
@@ -176,28 +150,21 @@ TEST(NamedStorm, TakesEverySignalOnceWhoeverWaits)
 {
     const LedgerFile file;
     Ledger& ledger = OpenLedger();
-    const std::vector<OwnedHandle> events = OpenEvents();
+    const std::vector<OwnedHandle> events = OpenAll(false);
     std::vector<ChildProcess> takers;
     for (int i = 0; i < 2; ++i)
         takers.push_back(takesSignals.Start(i));
     for (const Clock::time_point end = Clock::now() + Duration(); Clock::now() < end;)
         for (std::size_t i = 0; i < places; ++i)
-            if (!ledger.signals[i].isOut.exchange(true)) {
+            if (!ledger.isOut[i].exchange(true)) {
                 ++ledger.sent;
                 SetEvent(events[i]);
             }
-    const auto taken = [&] {
-        std::uint64_t sum = 0;
-        for (const Ledger::Signal& signal : ledger.signals)
-            sum += signal.taken;
-        return sum;
-    };
     for (const Clock::time_point end = Clock::now() + std::chrono::seconds(10);
-         taken() != ledger.sent && Clock::now() < end;)
+         ledger.taken != ledger.sent && Clock::now() < end;)
         std::this_thread::yield();
     ledger.isOver = true;
-    EXPECT_EQ(taken(), ledger.sent);
-    EXPECT_GT(taken(), 100U);
+    EXPECT_EQ(ledger.taken, ledger.sent);
     for (ChildProcess& taker : takers)
         EXPECT_EQ(taker.Wait(), 0);
 }
@@ -206,8 +173,8 @@ TEST(NamedStorm, GoesOnWhoeverIsKilled)
 {
     const LedgerFile file;
     Ledger& ledger = OpenLedger();
-    const std::vector<OwnedHandle> mutexes = OpenMutexes();
-    const std::vector<OwnedHandle> events = OpenEvents();
+    const std::vector<OwnedHandle> mutexes = OpenAll(true);
+    const std::vector<OwnedHandle> events = OpenAll(false);
     std::minstd_rand random(7);
     std::vector<ChildProcess> living;
     int kills = 0;
@@ -221,7 +188,6 @@ TEST(NamedStorm, GoesOnWhoeverIsKilled)
     }
     for (ChildProcess& survivor : living)
         EXPECT_EQ(survivor.Kill(), -1);
-    EXPECT_GT(ledger.entered, 0U);
     RecordProperty("kills", kills);
     RecordProperty("abandoned", static_cast<int>(ledger.abandoned));
     // Nothing holds anybody up at the end either.

@@ -7,22 +7,22 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <string>
 #include <thread>
-#include <vector>
 
 using namespace Platform;
 
 namespace {
 
-std::uint32_t Look(std::initializer_list<Handle> handles)
+std::uint32_t Look(const std::vector<Handle>& handles)
 {
-    return WaitForMultipleObjects(static_cast<std::uint32_t>(handles.size()), std::data(handles), 0);
+    return WaitForAny(handles, 0);
 }
 
-std::uint32_t ErrorOfWait(std::uint32_t count, const Handle* handles)
+std::uint32_t ErrorOfWait(const std::vector<Handle>& handles)
 {
     SetLastError(ERROR_SUCCESS);
-    EXPECT_EQ(WaitForMultipleObjects(count, handles, INFINITE), WAIT_FAILED);
+    EXPECT_EQ(WaitForAny(handles, INFINITE), WAIT_FAILED);
     return GetLastError();
 }
 
@@ -66,14 +66,11 @@ TEST(Wait, FindsOutEveryHandleThatCannotBeWaitedFor)
     } cases[] = {{NULL_HANDLE, ERROR_INVALID_HANDLE}, {INVALID_HANDLE_VALUE, ERROR_INVALID_HANDLE},
         {closed, ERROR_INVALID_HANDLE}, {file, ERROR_INVALID_HANDLE}, {modifyOnly, ERROR_ACCESS_DENIED}};
     for (const auto& c : cases) {
-        const Handle both[] = {event, c.handle};
-        EXPECT_EQ(ErrorOfWait(2, both), c.error);
-        EXPECT_EQ(ErrorOfWait(1, &c.handle), c.error);
+        EXPECT_EQ(ErrorOfWait({event, c.handle}), c.error);
+        EXPECT_EQ(ErrorOfWait({c.handle}), c.error);
     }
-    std::vector<Handle> many(65, event);
-    EXPECT_EQ(ErrorOfWait(65, many.data()), ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(ErrorOfWait(0, many.data()), ERROR_INVALID_PARAMETER);
-
+    EXPECT_EQ(ErrorOfWait(std::vector<Handle>(65, event)), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(ErrorOfWait({}), ERROR_INVALID_PARAMETER);
     EXPECT_EQ(WaitForSingleObject(waitOnly, 0), WAIT_OBJECT_0);
     EXPECT_FALSE(SetEvent(waitOnly));
     EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
@@ -110,29 +107,27 @@ TEST(Wait, IsReleasedByASetAndAResetRightBehindIt)
         while (SetEvent(handles[63]) && ResetEvent(handles[63]) && WaitForSingleObject(waiting, 1) != 0) { }
     });
     SetEvent(waiting);
-    EXPECT_EQ(WaitForMultipleObjects(64, handles.data(), INFINITE), 63U);
+    EXPECT_EQ(WaitForAny(handles, INFINITE), 63U);
     SetEvent(waiting);
     setter.join();
 }
 
-TEST(Wait, GoesOnWhenTheHandleIsClosedMeanwhile)
-{
-    Handle event = Event().Detach();
-    Handle other = NULL_HANDLE;
-    ASSERT_TRUE(DuplicateHandle(event, &other, 0, DUPLICATE_SAME_ACCESS));
-    std::thread closer([&] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        CloseHandle(event);
-        SetEvent(other);
-    });
-    EXPECT_EQ(WaitForSingleObject(event, INFINITE), WAIT_OBJECT_0);
-    closer.join();
-    CloseHandle(other);
-}
+// Without a name and with one: another implementation of the same.
+class Mutex : public testing::TestWithParam<const char16_t*> {
+protected:
+    OwnedHandle Make(bool initialOwner, char16_t which) const
+    {
+        std::u16string name = GetParam();
+        for (const char digit : name.empty() ? "" : std::to_string(GetCurrentProcessId()))
+            name += static_cast<char16_t>(digit);
+        return OwnedHandle(CreateMutexW(initialOwner, name.empty() ? nullptr : (name + which).c_str()));
+    }
+};
+INSTANTIATE_TEST_SUITE_P(Kinds, Mutex, testing::Values(u"", u"mutex\\"));
 
-TEST(Mutex, BelongsToOneThreadAsOftenAsItTookIt)
+TEST_P(Mutex, BelongsToOneThreadAsOftenAsItTookIt)
 {
-    const OwnedHandle mutex(CreateMutexW(true));
+    const OwnedHandle mutex = Make(true, u'a');
     EXPECT_EQ(WaitForSingleObject(mutex, 0), WAIT_OBJECT_0);
     EXPECT_EQ(Look({mutex, mutex}), 0U);
     std::thread([&] {
@@ -150,28 +145,29 @@ TEST(Mutex, BelongsToOneThreadAsOftenAsItTookIt)
     EXPECT_FALSE(ReleaseMutex(mutex));
 }
 
-TEST(Mutex, OfAnEndedThreadIsAbandonedToTheNextWait)
+TEST_P(Mutex, OfAnEndedThreadIsAbandonedToTheNextWait)
 {
     const OwnedHandle event = Event();
     const OwnedHandle waiting = Event();
-    const OwnedHandle mutex(CreateMutexW(false));
-    const OwnedHandle second(CreateMutexW(false));
+    const OwnedHandle mutex = Make(false, u'b');
+    const OwnedHandle second = Make(false, u'c');
     // Held twice when the thread ends; one waits for it, the other is found later. A third has lost its
     // handle.
     std::thread owner([&] {
         WaitForSingleObject(mutex, INFINITE);
         WaitForSingleObject(mutex, INFINITE);
         WaitForSingleObject(second, INFINITE);
-        CloseHandle(CreateMutexW(true));
+        Make(true, u'd');
         SetEvent(waiting);
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
     });
     WaitForSingleObject(waiting, INFINITE);
-    const Handle handles[] = {event, mutex};
-    EXPECT_EQ(WaitForMultipleObjects(2, handles, INFINITE), WAIT_ABANDONED_0 + 1);
+    EXPECT_EQ(WaitForAny({event, mutex}, INFINITE), WAIT_ABANDONED_0 + 1);
     owner.join();
     EXPECT_EQ(Look({event, second}), WAIT_ABANDONED_0 + 1);
     EXPECT_TRUE(ReleaseMutex(mutex));
     EXPECT_FALSE(ReleaseMutex(mutex));
     EXPECT_EQ(Look({mutex}), WAIT_OBJECT_0); // told once
+    EXPECT_TRUE(ReleaseMutex(mutex));
+    EXPECT_TRUE(ReleaseMutex(second));
 }

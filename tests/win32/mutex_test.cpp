@@ -45,8 +45,6 @@ TEST(Mutex, IsSharedByItsName)
     first->Unlock();
     EXPECT_TRUE(OtherThreadGets(first));
     first->Unlock(); // of what one does not hold nobody hears
-    Create(u"", true, &created);
-    EXPECT_TRUE(created);
 }
 
 TEST(Mutex, CountsBeforeTheInterrupt)
@@ -60,19 +58,6 @@ TEST(Mutex, CountsBeforeTheInterrupt)
         Start([&] { EXPECT_EQ(Thrown([&] { mutex->Block(); }), "interrupted"); });
     waiter->Join(false);
     mutex->Unlock();
-}
-
-TEST(Mutex, OfAnEndedHolderIsAcquiredLikeAnyOther)
-{
-    for (const char16_t* const name : {u"left", u""}) {
-        const auto mutex = Create(name);
-        Start([&] { mutex->Block(); })->Join(true);
-        EXPECT_TRUE(mutex->TryLock());
-        mutex->Unlock();
-        Start([&] { mutex->Block(); })->Join(true);
-        mutex->Block();
-        mutex->Unlock();
-    }
 }
 
 // By the calling thread where it merges, by a thread that ends at once where not.

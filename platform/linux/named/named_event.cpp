@@ -53,7 +53,7 @@ void NamedEvent::Set() noexcept
                 return;
             continue;
         }
-        std::atomic_thread_fence(std::memory_order_seq_cst); // the kernel's step orders nothing by itself
+        shared->word.fetch_or(0, std::memory_order_release); // the kernel's step publishes nothing by itself
         const std::uint32_t woken = OrAndWakeAllShared(shared->word, SIGNALLED); // rule 1
         OpenRoom(word, woken);
         return;

@@ -66,8 +66,7 @@ void NamedMutex::GiveOn() noexcept
     owner.store(nullptr, std::memory_order_relaxed);
     shared->processor.store(GetCurrentProcessorNumber(), std::memory_order_relaxed);
     ::pthread_mutex_unlock(&shared->mutex);
-    std::atomic_thread_fence(std::memory_order_seq_cst);
-    if ((shared->word.load(std::memory_order_relaxed) & SLEEPERS) != 0) {
+    if ((shared->word.fetch_or(0, std::memory_order_seq_cst) & SLEEPERS) != 0) {
         shared->word.fetch_and(~SLEEPERS, std::memory_order_seq_cst);
         WakeAllShared(LockWord());
     }
