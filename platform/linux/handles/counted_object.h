@@ -57,6 +57,8 @@ public:
     // the destroyer, for the same reason. `count` may be negative when a handle settles (handle_table.h).
     void DropReferences(std::int64_t count) noexcept
     {
+        // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDelete): who drops one has one, which the checker cannot
+        // know
         if (references.fetch_sub(count, std::memory_order_acq_rel) == count)
             delete this;
     }

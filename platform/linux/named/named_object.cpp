@@ -94,7 +94,7 @@ bool OpenNames::IsAskedFor(const NamedObject& object, const NamedRequest& reques
 
 ObjectRef<NamedObject> OpenNames::Open(const NamedRequest& request)
 {
-    const ObjectRef<NamedObject> made = MakeObject(request);
+    ObjectRef<NamedObject> made = MakeObject(request);
     ObjectRef<NamedObject> found;
     const std::lock_guard guard(lock); // goes before the two references
     found = FindOpen(made->name);

@@ -161,7 +161,7 @@ SharedFile::Outcome SharedFile::TryOpen(int folder, const char* fileName, std::u
     if (!SetLock(descriptor.Get(), inUse, F_RDLCK, false))
         return Outcome::Failed;
     if (*made && missing.isLocked)
-        ::pthread_mutex_lock(&object->mutex); // behind all that can fail: it must not be unmapped like this
+        ::pthread_mutex_trylock(&object->mutex); // nobody else can have it; and nothing can fail any more
     SetLock(descriptor.Get(), making, F_UNLCK, false);
     return Outcome::Done;
 }

@@ -10,7 +10,8 @@ namespace Platform {
 
 enum class NamedKind : std::uint16_t { ManualEvent = 1, AutoEvent = 2, Mutex = 3 };
 
-struct SharedObject {
+// Nothing moves to fill gaps: other processes have it as it is.
+struct SharedObject { // NOLINT(clang-analyzer-optin.performance.Padding)
     static constexpr std::uint32_t validMagic = 0x4F4E5354;
     static constexpr std::uint16_t presentVersion = 1;
 
