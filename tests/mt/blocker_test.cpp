@@ -31,24 +31,6 @@ FacePtr<Mt::InterrupterRegistration> Register(std::string& notes, char mark)
         FacePtr<Mt::Interrupter>(new Impl<NotingInterrupter, Module>(notes, mark)));
 }
 
-class Observer : public Face<Mt::CurrentThread::Notification> {
-public:
-    Observer(Action onStart, Action onEnd) : start(std::move(onStart)), end(std::move(onEnd)) { }
-    void OnThreadStart() override { start(); }
-    void OnThreadEnd() override { end(); }
-
-private:
-    Action start;
-    Action end;
-};
-
-FacePtr<BaseFace> Observing(Action start, Action end)
-{
-    return FacePtr<BaseFace>(Primary(
-        FacePtr<Mt::CurrentThread::Notification>(new Impl<Observer, Module>(std::move(start), std::move(end)))
-            .Get()));
-}
-
 } // namespace
 
 TEST(Interrupt, StaysUntilItWasClearedAsOften)

@@ -47,6 +47,25 @@ inline FacePtr<Mt::Blocker> Blocking(Action block)
     return FacePtr<Mt::Blocker>(new Impl<ActionBlocker, Module>(std::move(block)));
 }
 
+class Observer : public Face<Mt::CurrentThread::Notification> {
+public:
+    Observer(Action onStart, Action onEnd) : start(std::move(onStart)), end(std::move(onEnd)) { }
+    void OnThreadStart() override { start(); }
+    void OnThreadEnd() override { end(); }
+
+private:
+    Action start;
+    Action end;
+};
+
+// For a thread's locals: told of the threads that it creates, and of its end.
+inline FacePtr<BaseFace> Observing(Action start, Action end)
+{
+    return FacePtr<BaseFace>(Primary(
+        FacePtr<Mt::CurrentThread::Notification>(new Impl<Observer, Module>(std::move(start), std::move(end)))
+            .Get()));
+}
+
 inline FacePtr<Mt::EventBasedBlocker> ManualEvent()
 {
     return FacePtr<Mt::EventBasedBlocker>(Clsid(Mt::manualEventClass));
