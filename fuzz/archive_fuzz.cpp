@@ -39,8 +39,6 @@ public:
         if (!binary.IsEmpty())
             ASAN_UNPOISON_MEMORY_REGION(binary.GetData(), binary.GetCapacity());
     }
-    Guarded(const Guarded&) = delete;
-    Guarded& operator=(const Guarded&) = delete;
 
     const Binary binary;
 };

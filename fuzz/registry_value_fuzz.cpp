@@ -62,8 +62,6 @@ public:
         Require(::write(descriptor, content.data(), content.size()) == static_cast<ssize_t>(content.size()));
     }
     ~MemoryFile() { ::close(descriptor); }
-    MemoryFile(const MemoryFile&) = delete;
-    MemoryFile& operator=(const MemoryFile&) = delete;
 
     const int descriptor;
 };

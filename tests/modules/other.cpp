@@ -18,8 +18,6 @@ class StarterImpl : public Face<Object::Startup> {
 public:
     StarterImpl() { Tell("startup object made"); }
     ~StarterImpl() { Tell("startup object gone"); }
-    StarterImpl(const StarterImpl&) = delete;
-    StarterImpl& operator=(const StarterImpl&) = delete;
 };
 
 class OtherFactory : public Face<Object::StaticFactory> {
@@ -29,8 +27,6 @@ public:
     {
         Tell(Module::GetState() == Module::StateType::started ? "factory made, started" : "factory made");
     }
-    OtherFactory(const OtherFactory&) = delete;
-    OtherFactory& operator=(const OtherFactory&) = delete;
     void CreateInstance(const Clsid& clsid, FacePtr<BaseFace>& out) override
     {
         if (clsid == u"CID_Testing::Starter")

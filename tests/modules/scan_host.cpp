@@ -19,9 +19,6 @@ namespace {
 class HostFactory : public Face<Object::StaticFactory> {
 public:
     ~HostFactory() { std::printf("host factory gone\n"); }
-    HostFactory() = default;
-    HostFactory(const HostFactory&) = delete;
-    HostFactory& operator=(const HostFactory&) = delete;
     void CreateInstance(const Clsid&, FacePtr<BaseFace>&) override { }
     void ListClasses(Object::ClassInfoList& out) override
     {

@@ -53,8 +53,6 @@ public:
         for (const Range& range : taken)
             munmap(reinterpret_cast<void*>(range.begin), range.end - range.begin);
     }
-    Forbidden(const Forbidden&) = delete;
-    Forbidden& operator=(const Forbidden&) = delete;
 
 private:
     const std::vector<Range> taken;

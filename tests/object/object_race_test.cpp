@@ -21,8 +21,6 @@ public:
         alive = 0;
         --living;
     }
-    CountedImpl(const CountedImpl&) = delete;
-    CountedImpl& operator=(const CountedImpl&) = delete;
     int Name() override { return alive; }
 
 private:

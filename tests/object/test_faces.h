@@ -29,8 +29,6 @@ public:
         if (onDeath != nullptr)
             onDeath(*this);
     }
-    BothImpl(const BothImpl&) = delete;
-    BothImpl& operator=(const BothImpl&) = delete;
 
     int Name() override { return 1; }
     int InLeft() override { return 2; }

@@ -18,11 +18,6 @@ struct Operation {
     std::function<bool(const TemporaryFolder&)> run;
 };
 
-std::u16string File(const TemporaryFolder& folder)
-{
-    return folder.Text("tree/file");
-}
-
 bool OpenAndClose(const std::u16string& path, std::uint32_t access, std::uint32_t disposition)
 {
     const Handle file = CreateFileW(path.c_str(), access, 0, disposition, 0);
@@ -33,15 +28,21 @@ bool OpenAndClose(const std::u16string& path, std::uint32_t access, std::uint32_
 bool WithFile(const TemporaryFolder& folder, const std::function<bool(Handle)>& use)
 {
     Seam::FailNth(0, 0);
-    const Handle file = CreateFileW(File(folder).c_str(), GENERIC_READ | GENERIC_WRITE, 0, OPEN_EXISTING, 0);
+    const Handle file =
+        CreateFileW(folder.Text("tree/file").c_str(), GENERIC_READ | GENERIC_WRITE, 0, OPEN_EXISTING, 0);
     const bool succeeded = use(file);
     CloseHandle(file);
     return succeeded;
 }
 
-const Operation operations[] = {
-    {"open", [](const TemporaryFolder& f) { return OpenAndClose(File(f), GENERIC_READ, OPEN_EXISTING); }},
-    {"empty", [](const TemporaryFolder& f) { return OpenAndClose(File(f), GENERIC_WRITE, CREATE_ALWAYS); }},
+const Operation operations[] = {{"open",
+                                    [](const TemporaryFolder& f) {
+                                        return OpenAndClose(f.Text("tree/file"), GENERIC_READ, OPEN_EXISTING);
+                                    }},
+    {"empty",
+        [](const TemporaryFolder& f) {
+            return OpenAndClose(f.Text("tree/file"), GENERIC_WRITE, CREATE_ALWAYS);
+        }},
     {"make",
         [](const TemporaryFolder& f) { return OpenAndClose(f.Text("tree/new"), GENERIC_WRITE, CREATE_NEW); }},
     {"list",
@@ -57,11 +58,12 @@ const Operation operations[] = {
         }},
     {"rename",
         [](const TemporaryFolder& f) {
-            return MoveFileExW(File(f).c_str(), f.Text("tree/to").c_str(), MOVEFILE_WRITE_THROUGH);
+            return MoveFileExW(
+                f.Text("tree/file").c_str(), f.Text("tree/to").c_str(), MOVEFILE_WRITE_THROUGH);
         }},
     {"make folder", [](const TemporaryFolder& f) { return CreateDirectoryW(f.Text("tree/new").c_str()); }},
     {"remove folder", [](const TemporaryFolder& f) { return RemoveDirectoryW(f.Text("tree/sub").c_str()); }},
-    {"delete", [](const TemporaryFolder& f) { return DeleteFileW(File(f).c_str()); }},
+    {"delete", [](const TemporaryFolder& f) { return DeleteFileW(f.Text("tree/file").c_str()); }},
     {"remove tree", [](const TemporaryFolder& f) { return RemoveTreeW(f.Text("tree").c_str(), nullptr); }},
     {"full path", [](const TemporaryFolder&) {
          char16_t buffer[1000];
@@ -159,15 +161,15 @@ TEST(FileSystem, MayLackLocksAndExclusiveRenaming)
 {
     const TemporaryFolder folder;
     MakeTree(folder);
-    const Handle alone = CreateFileW(File(folder).c_str(), GENERIC_READ, 0, OPEN_EXISTING, 0);
+    const Handle alone = CreateFileW(folder.Text("tree/file").c_str(), GENERIC_READ, 0, OPEN_EXISTING, 0);
     for (const int error : {EOPNOTSUPP, ENOLCK, EINVAL}) {
         Seam::FailNth(4, error); // behind two looks and the open
-        EXPECT_TRUE(OpenAndClose(File(folder), GENERIC_READ, OPEN_EXISTING)) << error;
+        EXPECT_TRUE(OpenAndClose(folder.Text("tree/file"), GENERIC_READ, OPEN_EXISTING)) << error;
     }
     CloseHandle(alone);
     folder.MakeFile("tree/other", "other");
     Seam::FailNth(1, EINVAL);
-    EXPECT_FALSE(MoveFileExW(File(folder).c_str(), folder.Text("tree/other").c_str(), 0));
+    EXPECT_FALSE(MoveFileExW(folder.Text("tree/file").c_str(), folder.Text("tree/other").c_str(), 0));
     EXPECT_EQ(GetLastError(), ERROR_ALREADY_EXISTS);
     for (const char* const name : {"tree/file", "tree/sub"}) {
         Seam::FailNth(1, EINVAL);

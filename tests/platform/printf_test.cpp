@@ -31,15 +31,16 @@ std::basic_string<Char> Formatted(const Char* format, std::va_list arguments)
     const int length = FormatPrintf(static_cast<Char*>(nullptr), 0, format, arguments);
     if (length < 0)
         return std::basic_string<Char>(refused, refused + std::strlen(refused));
-    const std::size_t room = static_cast<std::size_t>(length) + 1;
-    const auto whole = std::make_unique<Char[]>(room);
-    EXPECT_EQ(FormatPrintf(whole.get(), room, format, arguments), length);
-    std::basic_string<Char> text(whole.get(), room - 1);
-    EXPECT_EQ(whole[room - 1], Char{});
-    const std::size_t halfRoom = room / 2 + 1;
-    const auto half = std::make_unique<Char[]>(halfRoom);
-    EXPECT_EQ(FormatPrintf(half.get(), halfRoom, format, arguments), length);
-    EXPECT_EQ(std::basic_string<Char>(half.get(), halfRoom), text.substr(0, halfRoom - 1) + Char{});
+    std::basic_string<Char> text;
+    for (const std::size_t room :
+        {static_cast<std::size_t>(length) / 2 + 1, static_cast<std::size_t>(length) + 1}) {
+        const auto buffer = std::make_unique<Char[]>(room);
+        EXPECT_EQ(FormatPrintf(buffer.get(), room, format, arguments), length);
+        EXPECT_EQ(buffer[room - 1], Char{});
+        const std::basic_string<Char> half = text;
+        text.assign(buffer.get(), room - 1);
+        EXPECT_TRUE(text.starts_with(half));
+    }
     return text;
 }
 

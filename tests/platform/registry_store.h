@@ -35,8 +35,7 @@ public:
     }
     explicit Key(Platform::Handle opened) : handle(opened) { }
     ~Key() { Platform::RegCloseKey(handle); }
-    Key(const Key&) = delete;
-    Key& operator=(const Key&) = delete;
+    Key& operator=(Key&&) = delete; // nor copied
 
     operator Platform::Handle() const { return handle; }
 

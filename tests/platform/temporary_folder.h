@@ -35,8 +35,7 @@ public:
         std::error_code ignored;
         std::filesystem::remove_all(path, ignored);
     }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(TemporaryFolder&&) = delete; // nor copied
 
     std::string Path(const std::string& name = "") const { return name.empty() ? path : path + "/" + name; }
     std::u16string Text(const std::string& name = "") const { return PathText(Path(name)); }

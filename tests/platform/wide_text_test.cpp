@@ -25,8 +25,6 @@ public:
         mprotect(pages + 2 * page, page, PROT_NONE);
     }
     ~GuardedPages() { munmap(pages, 3 * page); }
-    GuardedPages(const GuardedPages&) = delete;
-    GuardedPages& operator=(const GuardedPages&) = delete;
 
     char16_t* AtEnd(const std::u16string& text)
     {
