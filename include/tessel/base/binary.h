@@ -42,6 +42,11 @@ public:
     std::uint32_t GetSize() const noexcept { return block != nullptr ? block->size : 0; }
     std::uint32_t GetCapacity() const noexcept { return block != nullptr ? block->capacity : 0; }
     bool IsEmpty() const noexcept { return GetSize() == 0; }
+    // Whether others hold the block, too, so that a change will copy it.
+    bool IsShared() const noexcept
+    {
+        return block != nullptr && block->refCount.load(std::memory_order_acquire) > 1;
+    }
     // The bytes for reading; null for a null Binary. Valid until this object is changed or destroyed.
     const unsigned char* GetData() const noexcept { return block != nullptr ? block->Bytes() : nullptr; }
     // The bytes of a private block for writing, the size unchanged. With `keep` a copy holds the old bytes,
