@@ -1,4 +1,7 @@
 // The factories of the library, in the order of their registration.
+#include "io/fs/path_factory_impl.h"
+#include "io/memory/buffer_factory.h"
+#include "io/memory/memory_factory.h"
 #include "mt/current_thread_factory.h"
 #include "mt/event_factory.h"
 #include "mt/multi_blocker_factory.h"
@@ -17,6 +20,9 @@ const Object::FactoryRegistration registrations[] = {
     Object::FactoryRegistration::Of<Mt::CurrentThreadFactory>("mt"),
     Object::FactoryRegistration::Of<Mt::MultiBlockerFactory>("mt"),
     Object::FactoryRegistration::Of<Mt::EventFactory>("mt"),
+    Object::FactoryRegistration::Of<Io::Memory::BufferFactory>("memory"),
+    Object::FactoryRegistration::Of<Io::Memory::MemoryFactory>("memory"),
+    Object::FactoryRegistration::Of<Io::Fs::PathFactoryImpl>("fs"),
     Object::FactoryRegistration::Of<Win32::MutexFactory>("win32"),
     Object::FactoryRegistration::Of<Xml::ReaderWriterFactory>("xml"),
     Object::FactoryRegistration::Of<Xml::DocumentFactory>("xml"),

@@ -15,6 +15,13 @@
 #include <tessel/base/utf8.h>
 #include <tessel/base/value.h>
 #include <tessel/export.h>
+#include <tessel/io/buffering.h>
+#include <tessel/io/file.h>
+#include <tessel/io/folder.h>
+#include <tessel/io/path.h>
+#include <tessel/io/path_factory.h>
+#include <tessel/io/sink.h>
+#include <tessel/io/source.h>
 #include <tessel/module.h>
 #include <tessel/mt/blocker.h>
 #include <tessel/mt/current_thread.h>

@@ -1,0 +1,131 @@
+#include "tests/io/paths.h"
+#include "tests/io/streams.h"
+#include "tests/platform/temporary_folder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+using Io::AccessMode;
+using Io::IfExists;
+using Io::IfMissing;
+using Io::ShareMode;
+
+namespace {
+
+FacePtr<Io::File> Open(const TemporaryFolder& folder, const std::string& name,
+    AccessMode access = AccessMode::ReadWrite, ShareMode share = ShareMode::ReadWrite,
+    IfExists ifExists = IfExists::Open, IfMissing ifMissing = IfMissing::Create)
+{
+    return PathOf(folder.Text(name))->OpenFile(access, share, ifExists, ifMissing);
+}
+
+} // namespace
+
+TEST(OpenFile, AnswersTheTwoQuestions)
+{
+    const struct {
+        IfExists ifExists;
+        IfMissing ifMissing;
+        const char *file, *missing, *astray, *folder; // what stands there; astray: its folder is missing too
+    } cases[] = {{IfExists::Open, IfMissing::Fail, "kept", "open 2 notFound", "open 3 notFound", "open 5 5"},
+        {IfExists::Truncate, IfMissing::Fail, "empty", "open 2 notFound", "open 3 notFound", "open 5 5"},
+        {IfExists::Fail, IfMissing::Create, "create 80 80", "empty", "create 3 notFound", "open 5 5"},
+        {IfExists::Open, IfMissing::Create, "kept", "empty", "create 3 notFound", "open 5 5"},
+        {IfExists::Truncate, IfMissing::Create, "empty", "empty", "create 3 notFound", "open 5 5"},
+        {IfExists::Fail, IfMissing::Fail, "open 80 80", "open 2 notFound", "open 3 notFound", "open 80 80"},
+        {IfExists::Open, IfMissing{1}, "open 80 80", "open 2 notFound", "open 3 notFound", "open 80 80"}};
+    for (const auto& c : cases) {
+        const TemporaryFolder folder;
+        folder.MakeFile("file", "0123456789");
+        folder.MakeFolder("folder");
+        const auto outcome = [&](const char* name) {
+            std::uint64_t size = 0;
+            const std::string failure = FailureOf([&] {
+                size = Open(folder, name, AccessMode::Write, ShareMode::None, c.ifExists, c.ifMissing)
+                           ->GetSize();
+            });
+            return failure.empty() ? size != 0 ? "kept" : "empty" : Short(failure);
+        };
+        EXPECT_EQ(outcome("file"), c.file);
+        EXPECT_EQ(outcome("none"), c.missing);
+        EXPECT_EQ(outcome("nowhere/none"), c.astray);
+        EXPECT_EQ(outcome("folder"), c.folder);
+    }
+}
+
+TEST(OpenFile, SharesAsBothSidesAllow)
+{
+    const TemporaryFolder folder;
+    for (std::uint32_t share = 0; share < 5; ++share)
+        for (std::uint32_t access = 0; access < 4; ++access) {
+            const FacePtr<Io::File> first = Open(folder, "file", AccessMode::Read, ShareMode{share});
+            const bool fits = (access & ~(share % 4)) == 0;
+            const auto second = [&] { Open(folder, "file", AccessMode{access}, ShareMode::Read); };
+            EXPECT_EQ(Short(FailureOf(second)), fits ? "" : "create 32 32") << share << ", " << access;
+        }
+}
+
+TEST(DiskFile, ReadsAndWritesAnywhere)
+{
+    const TemporaryFolder folder;
+    folder.MakeFile("file", "0123456789");
+    const FacePtr<Io::File> file = Open(folder, "file");
+    file->Write(12, BinaryOf("ab"));
+    file->Write(100, {});
+    EXPECT_EQ(folder.Content("file"), std::string("0123456789\0\0ab", 14));
+    file->SetSize(3);
+    file->SetSize(5);
+    file->Flush();
+    EXPECT_EQ(TextOf(file->Read(1, 100)), std::string("12\0\0", 4));
+    EXPECT_EQ(file->GetSize(), 5U);
+    EXPECT_TRUE(file->Read(5, 1).IsEmpty());
+    EXPECT_TRUE(file->Read(0, 0).IsEmpty());
+    for (const std::uint64_t beyond : {std::uint64_t{1} << 63, ~std::uint64_t{0}})
+        EXPECT_EQ(FailureOf([&] { file->Write(beyond, {}); }), "internal (fs: seek 131).");
+    // On a place that the file system does not reach; the file is none the worse for it.
+    EXPECT_NE(FailureOf([&] { file->Write((1ULL << 63) - 1, BinaryOf("xy")); }), "");
+    EXPECT_EQ(TextOf(file->Read(0, 3)), "012");
+}
+
+TEST(DiskFile, IsReadInBlocksAndStreamsRefuseWhatItsAccessDoes)
+{
+    const TemporaryFolder folder;
+    std::string content(100000, '\0');
+    std::generate(
+        content.begin(), content.end(), [byte = 0]() mutable { return static_cast<char>(++byte >> 3); });
+    folder.MakeFile("file", content);
+    const FacePtr<Io::File> file = Open(folder, "file", AccessMode::Read);
+    EXPECT_EQ(file->Read(0, 100000).GetSize(), 16384U);
+    const FacePtr<Io::Source> source = file->OpenSource();
+    std::string read;
+    std::string sizes;
+    while (!source->IsAtEnd()) {
+        const Binary block = source->Read();
+        read += TextOf(block);
+        sizes += std::to_string(block.GetSize()) + " ";
+    }
+    EXPECT_EQ(sizes, "16384 16384 16384 16384 16384 16384 1696 ");
+    EXPECT_EQ(read, content);
+    EXPECT_EQ(FailureOf([&] { file->OpenSink(); }), "internal (memory: sink-on-nonwfile).");
+    EXPECT_EQ(Short(FailureOf([&] { file->SetSize(0); })), "write 5 5");
+    const FacePtr<Io::File> writer = Open(folder, "file", AccessMode::Write);
+    EXPECT_EQ(FailureOf([&] { writer->OpenSource(); }), "internal (memory: sink-on-nonrfile).");
+    EXPECT_EQ(Short(FailureOf([&] { writer->Read(0, 1); })), "read 5 5");
+    EXPECT_EQ(Open(folder, "file", AccessMode{9})->GetAccess(), AccessMode{9});
+}
+
+TEST(DiskFile, MayBeLargerThanFourGibibytes)
+{
+    constexpr std::uint64_t end = (std::uint64_t{1} << 32) + 16384;
+    const TemporaryFolder folder;
+    const FacePtr<Io::File> file = Open(folder, "large");
+    file->Write(end - 4, BinaryOf("last"));
+    EXPECT_EQ(file->GetSize(), end);
+    EXPECT_EQ(TextOf(file->Read(end - 4, 100)), "last");
+    const FacePtr<Io::Source> source = file->OpenSource();
+    EXPECT_EQ(source->Read().GetSize(), 16384U);
+    EXPECT_EQ(source->Read().GetSize(), 16384U); // of 4 GiB that are left
+    file->SetSize(end - 2);
+    EXPECT_EQ(file->GetSize(), end - 2);
+}

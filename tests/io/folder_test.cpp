@@ -1,0 +1,156 @@
+#include "tests/io/paths.h"
+#include "tests/io/streams.h"
+#include "tests/platform/temporary_folder.h"
+
+#include <gtest/gtest.h>
+
+using Io::IfExists;
+using Io::IfMissing;
+
+namespace {
+
+struct OnlyTextFiles : Face<Io::EntryFilter> {
+    bool Accept(const WideString& name) override
+    {
+        if (name == u"bad")
+            throw Error("filter", "test");
+        return std::u16string_view(name.c_str()).ends_with(u".txt");
+    }
+};
+
+using Names = std::set<std::u16string>;
+
+Names List(
+    const FacePtr<Io::Path>& path, const char16_t* pattern, const FacePtr<Io::EntryFilter>& filter = nullptr)
+{
+    Names names;
+    const FacePtr<Io::Folder> folder = path->OpenFolder(IfExists::Open, IfMissing::Fail, false);
+    for (const FacePtr<Io::Path>& entry : folder->Enumerate(pattern, filter)) {
+        EXPECT_EQ(TextOf(entry->GetParent()), TextOf(path));
+        names.insert(entry->GetName().c_str());
+    }
+    return names;
+}
+
+std::string FailureToMake(const FacePtr<Io::Path>& path)
+{
+    return Short(FailureOf([&] { path->OpenFolder(IfExists::Open, IfMissing::Create, true); }));
+}
+
+} // namespace
+
+TEST(OpenFolder, OpensOrMakesAsAsked)
+{
+    const TemporaryFolder folder;
+    folder.MakeFile("file");
+    folder.MakeLink("nowhere", "dangling");
+    const struct {
+        const char* name;
+        IfExists ifExists;
+        IfMissing ifMissing;
+        bool createParents;
+        const char* failure;
+    } cases[] = {{"a", IfExists::Open, IfMissing::Fail, true, "access 2 notFound"},
+        {"a/b", IfExists::Open, IfMissing::Create, false, "create 2 notFound"},
+        {"a/b", IfExists::Open, IfMissing::Create, true, ""},
+        {"a/c", IfExists::Fail, IfMissing{1}, false, ""},
+        {"a/c", IfExists::Fail, IfMissing::Create, true, "create 183 183"},
+        {"a/c", IfExists::Truncate, IfMissing::Fail, false, ""},
+        {"file", IfExists::Open, IfMissing::Create, true, "access 5 5"},
+        {"dangling", IfExists::Open, IfMissing::Create, true, "access 5 5"},
+        {"file/d/e", IfExists::Open, IfMissing::Create, true, "create 3 notFound"}};
+    for (const auto& c : cases) {
+        const auto open = [&] {
+            PathOf(folder.Text(c.name))->OpenFolder(c.ifExists, c.ifMissing, c.createParents);
+        };
+        EXPECT_EQ(Short(FailureOf(open)), c.failure) << c.name;
+    }
+    EXPECT_TRUE(folder.Has("a/b") && folder.Has("a/c") && !folder.Has("nowhere"));
+    EXPECT_EQ(FailureToMake(PathOf(u"Q:\\a\\b")), "create 3 notFound");
+    // What was made of a path is taken back when a level fails.
+    const std::u16string tooLong = u"\\d\\e\\" + std::u16string(200, u'\x4E00');
+    EXPECT_EQ(FailureToMake(PathOf(folder.Text("a") + tooLong)), "create 206 206");
+    EXPECT_TRUE(folder.Has("a") && !folder.Has("a/d"));
+}
+
+TEST(Enumerate, GivesWhatPatternAndFilterLet)
+{
+    const TemporaryFolder folder;
+    for (const char* const name : {"One.TXT", "two.txt", "bare", ".dot"})
+        folder.MakeFile(name);
+    folder.MakeFolder("sub");
+    const FacePtr<Io::Path> path = PathOf(folder.Text());
+    const FacePtr<Io::EntryFilter> filter = MakeFace<Impl<OnlyTextFiles, Module>>();
+    EXPECT_EQ(List(path, u""), (Names{u"One.TXT", u"two.txt", u"bare", u".dot", u"sub"}));
+    EXPECT_EQ(List(path, u"*.txt"), (Names{u"One.TXT", u"two.txt"}));
+    EXPECT_EQ(List(path, u"*.txt", filter), Names{u"two.txt"});
+    EXPECT_EQ(List(path, u"*."), (Names{u"bare", u"sub"}));
+    for (const char16_t* const pattern : {u"sub\\*", u"../*", u"."})
+        EXPECT_EQ(List(path, pattern), Names{}) << Narrow(pattern);
+    EXPECT_TRUE(List(PathOf(u"C:"), u"").contains(u"tmp"));
+
+    folder.MakeFile("bad");
+    const std::size_t descriptors = OpenDescriptors();
+    EXPECT_NE(FailureOf([&] { List(path, u"", filter); }), "");
+    EXPECT_EQ(OpenDescriptors(), descriptors);
+    const FacePtr<Io::Folder> gone = path->Append(u"sub")->OpenFolder(IfExists::Open, IfMissing::Fail, false);
+    path->Append(u"sub")->Delete(false);
+    EXPECT_TRUE(gone->Enumerate(u"", nullptr).empty());
+}
+
+TEST(PathOnDisk, ReachesEveryNameThatCanExist)
+{
+    const TemporaryFolder folder;
+    folder.MakeFolder("tree");
+    const std::set<std::string> names{"a:b", "back\\slash", "bar|", "\xff\xfe", "dot.", "blank ", "*?",
+        "\x01", "\xEF\x80\xBA", std::string(255, 'n'), "ordinary"};
+    for (const std::string& name : names)
+        folder.MakeFile("tree/" + name, name);
+    const FacePtr<Io::Path> tree = PathOf(folder.Text("tree"));
+    std::set<std::string> found;
+    for (const std::u16string& name : List(tree, u"")) {
+        const FacePtr<Io::Path> entry = PathOf(folder.Text("tree\\") + name);
+        found.insert(
+            TextOf(entry->OpenFile(Io::AccessMode::Read, Io::ShareMode::Read, IfExists::Open, IfMissing::Fail)
+                       ->Read(0, 1000)));
+    }
+    EXPECT_EQ(found, names);
+    tree->Delete(true);
+    EXPECT_FALSE(folder.Has("tree"));
+}
+
+TEST(Delete, RemovesWhatStandsThereAndLinksAsLinks)
+{
+    const TemporaryFolder folder;
+    folder.MakeFolder("kept");
+    folder.MakeFile("kept/file");
+    folder.MakeFolder("tree");
+    folder.MakeFolder("tree/sub");
+    folder.MakeFile("tree/sub/file");
+    folder.MakeLink("../kept", "tree/link");
+    folder.MakeLink("kept", "toFolder");
+    folder.MakeLink("nowhere", "dangling");
+    const auto path = [&](const char* name) { return PathOf(folder.Text(name)); };
+    EXPECT_EQ(Short(FailureOf([&] { path("tree")->Delete(false); })), "remove 145 145");
+    path("none")->Delete(true);
+    path("tree")->Delete(true);
+    path("toFolder")->Delete(true);
+    path("dangling")->Delete(false);
+    path("kept/file")->Delete(true);
+    EXPECT_EQ(folder.Names(), std::set<std::string>{"kept"});
+    EXPECT_EQ(FailureOf([] { PathOf(u"C:")->Delete(true); }), "Failed to remove folder 'C:'. 5 5");
+}
+
+TEST(Delete, NamesWhatItStoppedAt)
+{
+    const TemporaryFolder folder;
+    folder.MakeFolder("tree");
+    folder.MakeFolder("tree/closed");
+    folder.MakeFile("tree/closed/file");
+    ::chmod(folder.Path("tree").c_str(), 0777);
+    ::chmod(folder.Path("tree/closed").c_str(), 0555);
+    const auto deleteTree = [&] { PathOf(folder.Text("tree"))->Delete(true); };
+    EXPECT_EQ(
+        AsOrdinaryUser([&] { return FailureOf(deleteTree).ends_with("\\tree\\closed\\file'. 5 5"); }), 1);
+    EXPECT_TRUE(folder.Has("tree/closed/file"));
+}

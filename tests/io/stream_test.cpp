@@ -1,0 +1,109 @@
+#include "io/memory/buffer_factory.h"
+#include "tests/io/streams.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+FacePtr<Io::Memory::BufferFactory> Factory()
+{
+    return MakeFace<Impl<Io::Memory::BufferFactory, Module>>();
+}
+
+struct BufferedSource {
+    explicit BufferedSource(std::deque<std::string> blocks) { below->blocks = std::move(blocks); }
+    // The next blocks; "-" is the end.
+    std::string Read(int count)
+    {
+        std::string blocks;
+        for (std::string block; count > 0; --count) {
+            block = TextOf(buffered->Read());
+            blocks += (block.empty() ? "-" : block) + " ";
+        }
+        return blocks;
+    }
+
+    FacePtr<ScriptedSource> below = MakeFace<Impl<ScriptedSource, Module>>();
+    FacePtr<Io::BufferingSource> buffered = Factory()->CreateSource(below);
+};
+
+struct BufferedSink {
+    void Write(const std::string& bytes) { buffered->Write(BinaryOf(bytes)); }
+
+    FacePtr<NotingSink> below = MakeFace<Impl<NotingSink, Module>>();
+    FacePtr<Io::BufferingSink> buffered = Factory()->CreateSink(below);
+};
+
+} // namespace
+
+TEST(BufferingSource, CutsAndJoinsToTheRange)
+{
+    const struct {
+        std::uint32_t minimum, maximum;
+        const char* blocks;
+    } cases[] = {{8, 8, "01234567 89abcdef ghijklmn o - - "},
+        {16, 0xFFFFFFFF, "0123456789abcdefghij klmno - - - - "}, {1, 7, "0123456 789 abcdefg hij klmno - "},
+        {12, 5, "0123456789ab cdefghijklmn o - - - "}, {0, 0, "0 1 2 3 4 5 "},
+        {1, 0xFFFFFFFF, "0123456789 abcdefghij klmno - - - "}};
+    for (const auto& c : cases) {
+        BufferedSource source({"0123456789", "abcdefghij", "klmno"});
+        source.buffered->SetBlockRange(c.minimum, c.maximum);
+        EXPECT_EQ(source.Read(6), c.blocks) << c.minimum << ", " << c.maximum;
+    }
+}
+
+TEST(BufferingSource, RewindsToWhatItKept)
+{
+    BufferedSource source({"ab", "cdef", "gh", "!", "ij"});
+    EXPECT_EQ(source.Read(1), "ab ");
+    source.buffered->StartBuffering();
+    source.buffered->SetBlockRange(1, 3);
+    EXPECT_EQ(source.Read(2), "cde f ");
+    EXPECT_EQ(source.below->blocks.size(), 3U); // read no further than was needed
+    source.buffered->Rewind();
+    source.buffered->SetBlockRange(8, 8);
+    EXPECT_THROW(source.Read(1), Error); // and nothing is lost by it
+    source.buffered->SetBlockRange(1, 3);
+    EXPECT_EQ(source.Read(4), "cde fgh ij - "); // the end is kept, too
+    EXPECT_TRUE(source.buffered->IsAtEnd());
+    source.buffered->Rewind();
+    source.buffered->SetBlockRange(8, 8);
+    EXPECT_EQ(source.Read(1), "cdefghij ");
+    EXPECT_FALSE(source.buffered->IsAtEnd()); // the empty block lies ahead
+    source.buffered->StopBuffering();
+    source.buffered->Rewind();
+    EXPECT_EQ(source.Read(1), "- ");
+    EXPECT_TRUE(source.buffered->IsAtEnd());
+}
+
+TEST(BufferingSink, CutsAndJoinsToTheRange)
+{
+    BufferedSink sink;
+    const Binary block = BinaryOf("whole");
+    sink.buffered->Write(block);
+    EXPECT_EQ(sink.below->last.GetData(), block.GetData()); // not copied
+    sink.buffered->SetBlockRange(4, 8);
+    sink.Write("abc");
+    EXPECT_EQ(std::exchange(sink.below->noted, ""), "whole ");
+    sink.Write("def");
+    sink.Write("0123456789012345678");
+    EXPECT_EQ(sink.below->noted, "abcdef 01234567 89012345 ");
+    sink.buffered->SetBlockRange(2, 2); // what waits goes out under the new limits, before more joins it
+    sink.Write("x");
+    sink.buffered->SetBlockRange(4, 8);
+    sink.Write("yz");
+    sink.buffered->Flush();
+    sink.buffered->Flush();
+    EXPECT_EQ(std::exchange(sink.below->noted, ""), "abcdef 01234567 89012345 67 8x yz | | ");
+    // When the sink below fails, the bytes are there again.
+    sink.buffered->SetBlockRange(4, 4);
+    sink.Write("ab");
+    sink.below->untilFailure = 2;
+    EXPECT_THROW(sink.Write("cdefgh"), Error);
+    sink.Write("cdefgh"); // a block that was taken comes again
+    sink.Write("ij");
+    sink.below->untilFailure = 1;
+    EXPECT_THROW(sink.buffered->Flush(), Error);
+    sink.buffered->Flush();
+    EXPECT_EQ(sink.below->noted, "abcd abcd efgh ij | ");
+}
