@@ -1,5 +1,6 @@
 // A host: starts the system, makes objects of classes that other people's modules offer, and lets the
 // modules go again. Each line that begins with "+" was checked.
+#include "host/files_copy.h"
 #include "host/memory_map.h"
 #include "host/narrator.h"
 #include "host/settings.h"
@@ -146,6 +147,7 @@ void Run(bool scanned)
     else
         ReadSettings();
     ChangeXmlSettings(ModuleFolder() / "settings.xml");
+    CopyListAndDelete(ModuleFolder());
     UseLamp();
     DropModules(CatchFailure());
     ShowWaits();
