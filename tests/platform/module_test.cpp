@@ -82,6 +82,8 @@ TEST(Modules, AreLoadedCountedAndReallyLeave)
     const auto* const inside = reinterpret_cast<const void*>(GetProcAddress(module, "answer"));
     EXPECT_TRUE(IsModuleAddress(inside));
     EXPECT_EQ(::dlsym(RTLD_DEFAULT, "answer"), nullptr) << "nothing is made visible to others";
+    EXPECT_EQ(GetProcAddress(module, "malloc"), nullptr) << "nor found through it";
+    EXPECT_EQ(GetLastError(), ERROR_PROC_NOT_FOUND);
 
     EXPECT_TRUE(FreeLibrary(module));
     EXPECT_TRUE(IsModuleMapped(path.c_str()));
@@ -148,23 +150,6 @@ TEST(Modules, KeepTheWordsOfAFailureForItsThread)
     char16_t small[4];
     EXPECT_EQ(GetLoadFailure(small, 4), 3U);
     EXPECT_EQ(std::u16string(small), u"not");
-}
-
-TEST(Modules, GiveTheirOwnSymbolsOnly)
-{
-    const TemporaryFolder folder;
-    const Module module = LoadLibraryW(Copy(folder, "answering.dll", "client.dll").c_str());
-    for (const char* const name : {"malloc", "nothing", ""}) {
-        EXPECT_EQ(GetProcAddress(module, name), nullptr) << name;
-        EXPECT_EQ(GetLastError(), ERROR_PROC_NOT_FOUND) << name;
-    }
-    EXPECT_TRUE(FreeLibrary(module));
-    // Also of a module that others loaded.
-    Module libc;
-    ASSERT_TRUE(GetModuleHandleExW(
-        GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<const void*>(&::getpid), &libc));
-    EXPECT_NE(GetProcAddress(libc, "getenv"), nullptr);
-    EXPECT_TRUE(FreeLibrary(libc));
 }
 
 TEST(Modules, AreFoundByNamePathAndAddress)

@@ -28,7 +28,7 @@ std::string ContentsOf(Handle root)
     return key == NULL_HANDLE ? "" : Contents(key);
 }
 
-const std::string large(100'000, 'n');
+const std::string large(20'000, 'n');
 
 // The handle is opened before the fault, so that this meets the operation alone.
 struct Subject {
@@ -52,13 +52,6 @@ std::function<std::uint32_t(const Subject&)> Sets(const std::string& bytes)
 {
     return [bytes](const Subject& subject) { return subject.key.Set(u"V", bytes); };
 }
-std::uint32_t Make(Handle parent, const char16_t* name)
-{
-    Handle made;
-    const std::uint32_t code =
-        RegCreateKeyExW(parent, name, 0, nullptr, 0, KEY_READ, nullptr, &made, nullptr);
-    return code != 0 ? code : RegCloseKey(made);
-}
 // What is meant to come out, perhaps only when it is done again.
 std::uint32_t Unless(std::uint32_t code, std::uint32_t meant)
 {
@@ -70,12 +63,12 @@ const Operation operations[] = {{"set a new value", Nothing, Sets("new")},
     {"make a value large", Has("old"), Sets(large)}, {"make a value small", Has(large), Sets("new")},
     {"delete a value", Has("old"),
         [](const Subject& s) { return Unless(s.key.Delete(u"V"), ERROR_FILE_NOT_FOUND); }},
-    {"make a key", Nothing, [](const Subject& s) { return Make(s.key, u"Sub"); }},
+    {"make a key", Nothing, [](const Subject& s) { return MakeCode(s.key, u"Sub"); }},
     {"delete a key", [](const Key& k) { Key(u"Sub", k).Set(u"v", "old"); },
         [](const Subject& s) { return Unless(RegDeleteKeyW(s.reading, u"SUB"), ERROR_FILE_NOT_FOUND); }},
     {"delete a key that has a subkey", [](const Key& k) { Key(u"Sub\\Living", k).Set(u"v", "old"); },
         [](const Subject& s) { return Unless(RegDeleteKeyW(s.reading, u"SUB"), ERROR_ACCESS_DENIED); }},
-    {"begin a hive", Nothing, [](const Subject&) { return Make(HKEY_LOCAL_MACHINE, u"m"); }},
+    {"begin a hive", Nothing, [](const Subject&) { return MakeCode(HKEY_LOCAL_MACHINE, u"m"); }},
     {"read a value", Has("old"),
         [](const Subject& s) {
             char bytes[3];

@@ -98,6 +98,14 @@ private:
     Platform::Handle handle = Platform::NULL_HANDLE;
 };
 
+// Makes the key, as a step whose code is wanted and not the key.
+inline std::uint32_t MakeCode(Platform::Handle root, const char16_t* path)
+{
+    Platform::Handle made;
+    const std::uint32_t code =
+        Platform::RegCreateKeyExW(root, path, 0, nullptr, 0, Platform::KEY_READ, nullptr, &made, nullptr);
+    return code != 0 ? code : Platform::RegCloseKey(made);
+}
 inline std::uint32_t OpenCode(
     Platform::Handle root, const std::u16string& path, std::uint32_t access = Platform::KEY_READ)
 {

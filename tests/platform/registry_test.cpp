@@ -131,11 +131,10 @@ TEST(RegistryKey, HandleOfADeletedKeyAnswersSo)
     namesake.Set(u"v", "2");
     char16_t name[10];
     std::uint32_t count = 10;
-    Handle made;
     for (const Key* dead : {&key, &unused})
         for (const std::uint32_t code : {dead->Ask(u"v"), dead->Ask(u"none"), dead->Set(u"v", "3"),
                  dead->Delete(u"v"), OpenCode(*dead, u""), OpenCode(*dead, u"s"), RegDeleteKeyW(*dead, u"s"),
-                 RegCreateKeyExW(*dead, u"s", 0, nullptr, 0, KEY_READ, nullptr, &made, nullptr),
+                 MakeCode(*dead, u"s"),
                  RegEnumKeyExW(*dead, 0, name, &count, nullptr, nullptr, nullptr, nullptr),
                  RegEnumValueW(*dead, 0, name, &count, nullptr, nullptr, nullptr, nullptr)})
             EXPECT_EQ(code, ERROR_KEY_DELETED);
@@ -150,9 +149,7 @@ TEST(RegistryKey, HandleDoesWhatItsRightsSayAndNoMore)
     const Key writing(Opened(key, u"", KEY_SET_VALUE));
     char16_t name[4];
     std::uint32_t size = 4;
-    Handle made;
-    for (const std::uint32_t code : {reading.Set(u"v", "x"), reading.Delete(u"v"),
-             RegCreateKeyExW(reading, u"s", 0, nullptr, 0, KEY_READ, nullptr, &made, nullptr),
+    for (const std::uint32_t code : {reading.Set(u"v", "x"), reading.Delete(u"v"), MakeCode(reading, u"s"),
              writing.Ask(u"v"), RegEnumKeyExW(writing, 0, name, &size, nullptr, nullptr, nullptr, nullptr)})
         EXPECT_EQ(code, ERROR_ACCESS_DENIED);
     EXPECT_EQ(writing.Set(u"v", "x"), 0U);
@@ -244,10 +241,8 @@ TEST(RegistryHive, OfTheMachineIsReadByAllAndWrittenByTheAdministrator)
         const Key reading(Opened(HKEY_LOCAL_MACHINE, u"SOFTWARE", KEY_READ));
         EXPECT_EQ(reading.Get(u"LangList"), "0409");
         EXPECT_EQ(reading.Values(), (Names{u"LangList", u"v"}));
-        Handle made;
         for (const std::uint32_t code : {OpenCode(HKEY_LOCAL_MACHINE, u"SOFTWARE", KEY_READ | KEY_WRITE),
-                 RegCreateKeyExW(HKEY_LOCAL_MACHINE, u"n", 0, nullptr, 0, KEY_READ, nullptr, &made, nullptr),
-                 RegDeleteKeyW(HKEY_LOCAL_MACHINE, u"more")})
+                 MakeCode(HKEY_LOCAL_MACHINE, u"n"), RegDeleteKeyW(HKEY_LOCAL_MACHINE, u"more")})
             EXPECT_EQ(code, ERROR_ACCESS_DENIED);
         return HasFailure();
     }),
