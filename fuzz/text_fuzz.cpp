@@ -66,33 +66,27 @@ int CallWithArguments(Format format, std::index_sequence<index...>)
     return format((static_cast<void>(index), static_cast<const void*>(&counted))...);
 }
 
-template <class Char>
-int Print(Char* buffer, std::size_t capacity, const Char* format, ...)
+template <class Char, bool isMessage>
+int Call(Char* buffer, std::size_t capacity, const Char* format, ...)
 {
     std::va_list arguments;
     va_start(arguments, format);
-    const int length = FormatPrintf(buffer, capacity, format, arguments);
+    const int length = isMessage
+        ? FormatMessageText(FORMAT_MESSAGE_FROM_STRING, format, 0, buffer, capacity, &arguments)
+        : FormatPrintf(buffer, capacity, format, arguments);
     va_end(arguments);
     return length;
 }
 
-template <class Char>
-int Message(Char* buffer, std::size_t capacity, const Char* format, ...)
-{
-    std::va_list arguments;
-    va_start(arguments, format);
-    const int length = FormatMessageText(FORMAT_MESSAGE_FROM_STRING, format, 0, buffer, capacity, &arguments);
-    va_end(arguments);
-    return length;
-}
-
-template <class Char>
-void FuzzFormat(int (*call)(Char*, std::size_t, const Char*, ...), const std::basic_string<Char>& format)
+template <bool isMessage, class Char>
+void FuzzFormat(const std::basic_string<Char>& format)
 {
     const auto source = Exactly(format + Char{});
     const auto formatInto = [&](Char* buffer, std::size_t capacity) {
         return CallWithArguments(
-            [&](auto... arguments) { return call(buffer, capacity, source.get(), arguments...); },
+            [&](auto... arguments) {
+                return Call<Char, isMessage>(buffer, capacity, source.get(), arguments...);
+            },
             std::make_index_sequence<argumentCount>{});
     };
     const int length = formatInto(nullptr, 0);
@@ -127,17 +121,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* start, std::size_t siz
         break;
     case 1:
         if (!TakesTooMuch(bytes))
-            FuzzFormat(Print<char>, bytes);
+            FuzzFormat<false>(bytes);
         break;
     case 2:
         if (!TakesTooMuch(wide))
-            FuzzFormat(Print<char16_t>, wide);
+            FuzzFormat<false>(wide);
         break;
     case 3:
-        FuzzFormat(Message<char>, bytes);
+        FuzzFormat<true>(bytes);
         break;
     default:
-        FuzzFormat(Message<char16_t>, wide);
+        FuzzFormat<true>(wide);
     }
     return 0;
 }

@@ -110,11 +110,10 @@ TEST(ReadArchive, BelievesNothingThatIsNotThere)
 
 TEST(ErrorArchive, GivesBackAllThatAnErrorHolds)
 {
-    const Error written = SampleError();
     WriteArchive archive;
     Error layerless;
     layerless.SetDetails(u"details");
-    archive << written << layerless << std::uint8_t{9};
+    archive << SampleError() << layerless << std::uint8_t{9};
     Error read;
     read.AddLayer(5, u"goes away", false);
     const Error other = read;
@@ -123,11 +122,10 @@ TEST(ErrorArchive, GivesBackAllThatAnErrorHolds)
     ReadFrom(archive.GetBinary(), read, none, behind);
     EXPECT_TRUE(behind == 9 && none.GetLayerCount() == 0);
     EXPECT_EQ(other.GetLayerText(0), u"goes away");
-    ASSERT_EQ(read.GetLayerCount(), 3U);
-    for (std::uint32_t i = 0; i < 3; ++i)
-        EXPECT_TRUE(read.GetLayerCode(i) == written.GetLayerCode(i)
-            && read.GetLayerText(i) == written.GetLayerText(i));
-    EXPECT_EQ(read.Format(), written.Format()) << "shown layer and details";
+    EXPECT_EQ(read.Format(), SampleError().Format()) << "shown layer and details";
+    WriteArchive again;
+    again << read << none << behind;
+    EXPECT_EQ(again.GetBinary(), archive.GetBinary());
 }
 
 // Byte for byte. Codes and texts stay as stored: nothing is filled in, and the code that asks for the layer

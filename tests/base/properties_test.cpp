@@ -52,25 +52,21 @@ TEST(Properties, ExportByteForByteAndImportBesideWhatIsThere)
 
 TEST(Properties, ImportKeepsWhatWasReadBeforeAFailure)
 {
-    const struct {
-        const char* bytes;
-        const char16_t* names;
-    } cases[] = {{"10 13 48 5B 02000080 00000000", u""}, {"10 13 48 5B 01000080 FFFFFFFF", u""},
+    const std::pair<const char*, const char16_t*> cases[] = {{"10 13 48 5B 02000080 00000000", u""},
+        {"10 13 48 5B 01000080 FFFFFFFF", u""},
         {"10 13 48 5B 01000080 02000000 04000000 B0040000 6100 0000 01000000 07000000", u"a "},
         // types that no bag has: a face, and beyond all of them
         {"10 13 48 5B 01000080 01000000 04000000 B0040000 6100 0000 04000000", u""},
-        {"10 13 48 5B 01000080 02000000 04000000 B0040000 6100 0000 01000000 07000000"
-         "04000000 B0040000 6200 0000 06000000",
-            u"a "}};
-    for (const auto& c : cases) {
+        {"10 13 48 5B 01000080 01000000 04000000 B0040000 6200 0000 06000000", u""}};
+    for (const auto& [bytes, names] : cases) {
         MemoryProperties bag;
         try {
-            bag.Import(Bytes(c.bytes));
-            ADD_FAILURE() << c.bytes;
+            bag.Import(Bytes(bytes));
+            ADD_FAILURE() << bytes;
         } catch (const Error& error) {
-            EXPECT_EQ(error.GetLayerCode(0), Error::badFormat) << c.bytes;
+            EXPECT_EQ(error.GetLayerCode(0), Error::badFormat) << bytes;
         }
-        EXPECT_EQ(NamesOf(bag), c.names) << c.bytes;
+        EXPECT_EQ(NamesOf(bag), names) << bytes;
     }
 }
 
