@@ -34,14 +34,6 @@ std::uint32_t ErrorOf(bool succeeded)
     return succeeded ? ERROR_SUCCESS : GetLastError();
 }
 
-std::string ReadAll(Handle file, std::uint32_t size = 1000)
-{
-    std::string content(size, '\0');
-    EXPECT_TRUE(ReadFile(file, content.data(), size, &size)) << GetLastError();
-    content.resize(size);
-    return content;
-}
-
 std::int64_t Seek(Handle file, std::int64_t offset, std::uint32_t method)
 {
     auto high = static_cast<std::int32_t>(offset >> 32);
@@ -130,50 +122,6 @@ TEST(OpenedFile, NeedsThePermissionsOfItsUser)
             static_cast<int>(c.error))
             << c.name << c.access;
     EXPECT_EQ(folder.Content("readable"), "x");
-}
-
-TEST(OpenedFile, MovesBytesOnlyAsItsHandleMay)
-{
-    const TemporaryFolder folder;
-    folder.MakeFile("file", "content");
-    char byte = 'x';
-    for (const std::uint32_t access : {GENERIC_READ, GENERIC_WRITE, 0U}) {
-        const Handle file = Open(folder.Text("file"), access);
-        std::uint32_t count = 9;
-        EXPECT_EQ(
-            ErrorOf(ReadFile(file, &byte, 1, &count)), access == GENERIC_READ ? 0 : ERROR_ACCESS_DENIED);
-        EXPECT_EQ(count, access == GENERIC_READ ? 1U : 0U);
-        const std::uint32_t writing = access == GENERIC_WRITE ? 0 : ERROR_ACCESS_DENIED;
-        EXPECT_EQ(ErrorOf(WriteFile(file, "C", 1, &count)), writing);
-        EXPECT_EQ(ErrorOf(FlushFileBuffers(file)), writing);
-        EXPECT_EQ(Seek(file, 0, FILE_END), 7);
-        EXPECT_EQ(ErrorOf(SetEndOfFile(file)), writing);
-        EXPECT_TRUE(CloseHandle(file));
-        EXPECT_EQ(ErrorOf(ReadFile(file, &byte, 1, &count)), ERROR_INVALID_HANDLE);
-    }
-}
-
-TEST(OpenedFile, HasOnePositionForAllTransfers)
-{
-    const TemporaryFolder folder;
-    SetLastError(4711);
-    const Handle file = Open(folder.Text("file"), READ_WRITE, OPEN_ALWAYS);
-    Handle duplicate;
-    ASSERT_TRUE(DuplicateHandle(file, &duplicate, 0, DUPLICATE_SAME_ACCESS));
-    std::uint32_t count = 0;
-    EXPECT_TRUE(WriteFile(file, "0123456789", 10, &count));
-    EXPECT_EQ(GetLastError(), 4711U) << "success leaves it alone";
-    EXPECT_EQ(ReadAll(file), "");
-    EXPECT_EQ(Seek(file, 3, FILE_BEGIN), 3);
-    EXPECT_EQ(ReadAll(file, 4), "3456");
-    EXPECT_EQ(Seek(file, -2, FILE_CURRENT), 5);
-    EXPECT_EQ(ReadAll(duplicate, 2), "56");
-    EXPECT_EQ(Seek(file, -4, FILE_END), 6);
-    EXPECT_TRUE(SetEndOfFile(file));
-    EXPECT_EQ(Seek(file, 2, FILE_END), 8);
-    EXPECT_TRUE(SetEndOfFile(file) && FlushFileBuffers(file));
-    EXPECT_EQ(folder.Content("file"), std::string("012345\0\0", 8));
-    EXPECT_TRUE(CloseHandle(file) && CloseHandle(duplicate));
 }
 
 TEST(OpenedFile, IsPositionedByNumbersOf64Bits)

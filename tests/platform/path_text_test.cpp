@@ -4,11 +4,9 @@
 #include "platform/linux/files/name_mapping.h"
 #include "tests/platform/temporary_folder.h"
 
-#include <cstring>
 #include <random>
 
 using namespace Platform;
-using namespace std::string_literals;
 
 namespace {
 
@@ -129,23 +127,6 @@ TEST(DiskNames, HaveExactlyOneText)
         ASSERT_EQ(text.find_first_of(u"<>:\"|?*\\/"), std::u16string::npos) << testing::PrintToString(text);
         ASSERT_LE(text.size(), name.size());
         ASSERT_TRUE(texts.insert(text).second) << testing::PrintToString(text);
-    }
-}
-
-TEST(DiskNames, AreAllListedOpenedAndDeletedByTheirText)
-{
-    const TemporaryFolder folder;
-    for (const std::string& name : {"a:b"s, "back\\slash"s, "\xff\xfe"s, "dot."s, "blank "s, "new\nline"s,
-             "\xEF\x80\xBA"s, std::string(255, 'n'), std::string(255, '\xFF')}) {
-        folder.MakeFile(name);
-        WIN32_FIND_DATAW found;
-        const Handle search = FindFirstFileW((folder.Text() + u"\\*").c_str(), &found);
-        while (found.cFileName[0] == u'.' && FindNextFileW(search, &found)) { }
-        ASSERT_TRUE(FindClose(search));
-        const std::u16string text = folder.Text() + u"\\" + found.cFileName;
-        EXPECT_TRUE(CloseHandle(CreateFileW(text.c_str(), GENERIC_READ, 0, OPEN_EXISTING, 0))) << name;
-        EXPECT_TRUE(DeleteFileW(text.c_str())) << name;
-        EXPECT_TRUE(folder.Names().empty()) << name;
     }
 }
 
