@@ -90,10 +90,7 @@ inline Walk(o)
             fi
         };
         given = given || yes;
-        if
-        :: yes && !KEEPS(o) -> break
-        :: else
-        fi;
+        if :: yes && !KEEPS(o) -> break :: else fi;
     NEXT(w)
 }
 
@@ -119,10 +116,7 @@ proctype Setter(byte o)
             Walk(o);
             atomic { signalled[o] = !given || KEEPS(o); locked[o] = false }; /* (7) */
             EACH(w, WAITERS)
-                if
-                :: wakes & (1 << w) -> sleeping[w] = false
-                :: else
-                fi;
+                if :: wakes & (1 << w) -> sleeping[w] = false :: else fi;
             NEXT(w)
         fi
     fi
@@ -151,10 +145,7 @@ inline PassByLocal(o)
     :: else ->
         atomic {
             Claim(o);
-            if
-            :: yes -> TakeSignal(o); HUNG(o, me) = false
-            :: else
-            fi
+            if :: yes -> TakeSignal(o); HUNG(o, me) = false :: else fi
         };
         locked[o] = false
     fi
@@ -173,10 +164,7 @@ inline PassByNamed(o)
 #endif
         atomic {
             yes = yes && signalled[o];
-            if
-            :: yes -> TakeSignal(o); sleepers = false; sequence = (sequence + 1) % 4
-            :: else
-            fi
+            if :: yes -> TakeSignal(o); sleepers = false; sequence = (sequence + 1) % 4 :: else fi
         };
 #ifdef CLAIM_AFTER_TAKING
         atomic { if :: yes -> Swap(me, ENTER, CLAIMED + o); assert(yes) :: else fi }
@@ -192,36 +180,20 @@ proctype Waiter(byte me)
     byte i, rounds, seen;
     bool yes, looks;
 next:
-    if
-    :: rounds == WAITS -> goto over
-    :: else
-    fi;
+    if :: rounds == WAITS -> goto over :: else fi;
     rounds++;
     waiting[me] = true;
 again:
     state[me] = ENTER; /* whatever it was: DIRTY, or CLAIMED by itself for a take that failed */
     EACH(i, 2)
-        if
-        :: IS_NAMED(i) -> PassByNamed(i)
-        :: else -> PassByLocal(i)
-        fi;
-        if
-        :: yes -> goto done
-        :: !yes && !looks -> goto again
-        :: else
-        fi;
+        if :: IS_NAMED(i) -> PassByNamed(i) :: else -> PassByLocal(i) fi;
+        if :: yes -> goto done :: !yes && !looks -> goto again :: else fi;
     NEXT(i);
     atomic { Swap(me, ENTER, OPEN); assert(!yes || (!signalled[0] && (IS_NAMED(1) || !signalled[1]))) };
-    if
-    :: yes
-    :: else -> goto again
-    fi;
+    if :: yes :: else -> goto again fi;
 #ifdef NAMED1
     atomic { looks = !signalled[1]; sleepers = sleepers || looks; seen = sequence };
-    if
-    :: looks
-    :: else -> goto rescan
-    fi;
+    if :: looks :: else -> goto rescan fi;
 #endif
     atomic { Swap(me, OPEN, ASLEEP) };
     do
@@ -238,27 +210,18 @@ endAsleep:
         fi;
 #ifdef NAMED1
         atomic { Swap(me, ASLEEP, ENTER) }; /* the word between processes may have changed */
-        if
-        :: yes -> goto again
-        :: else
-        fi
+        if :: yes -> goto again :: else fi
 #endif
     od;
     goto done;
 #ifdef NAMED1
 rescan:
     atomic { Swap(me, OPEN, ENTER) };
-    if
-    :: yes -> goto again
-    :: else
-    fi;
+    if :: yes -> goto again :: else fi;
 #endif
 done:
     EACH(i, 2)
-        if
-        :: HUNG(i, me) -> LOCK(i); atomic { HUNG(i, me) = false; locked[i] = false }
-        :: else
-        fi;
+        if :: HUNG(i, me) -> LOCK(i); atomic { HUNG(i, me) = false; locked[i] = false } :: else fi;
     NEXT(i);
     atomic { state[me] = IDLE; waiting[me] = false; yes = false; looks = false; seen = 0; i = 0 };
     goto next;

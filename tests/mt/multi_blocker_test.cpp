@@ -28,14 +28,8 @@ protected:
             made->Add(member);
         return made;
     }
-    static FacePtr<Mt::MultiBlocker> Any(const Members& members)
-    {
-        return Make(Mt::multiBlockerClass, members);
-    }
-    static FacePtr<Mt::MultiBlocker> All(const Members& members)
-    {
-        return Make(Mt::multiBlockerAllClass, members);
-    }
+    static FacePtr<Mt::MultiBlocker> Any(const Members& list) { return Make(Mt::multiBlockerClass, list); }
+    static FacePtr<Mt::MultiBlocker> All(const Members& list) { return Make(Mt::multiBlockerAllClass, list); }
 
     const std::size_t before = CountThreads();
 };

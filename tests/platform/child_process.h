@@ -13,6 +13,15 @@
 #include <unistd.h>
 #include <utility>
 
+// A name of this run of the tests alone, in all of its processes.
+inline std::u16string NameInThisRun(std::u16string text)
+{
+    const char* const run = std::getenv("TESSEL_TEST_RUN");
+    for (const char digit : run ? std::string(run) : std::to_string(::getpid()))
+        text += static_cast<char16_t>(digit);
+    return text;
+}
+
 class ChildProcess {
 public:
     explicit ChildProcess(pid_t started) : pid(started) { }
@@ -57,6 +66,7 @@ public:
 
     ChildProcess Start(int argument) const
     {
+        ::setenv("TESSEL_TEST_RUN", std::to_string(::getpid()).c_str(), 1);
         ::setenv("TESSEL_TEST_ROLE", name, 1);
         ::setenv("TESSEL_TEST_ARGUMENT", std::to_string(argument).c_str(), 1);
         const pid_t pid = ::fork();

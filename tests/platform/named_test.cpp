@@ -19,23 +19,13 @@ using namespace Platform;
 
 namespace {
 
-// Of this test run alone, in all of its processes.
-std::u16string Name(const char16_t* text)
-{
-    const char* const run = std::getenv("TESSEL_TEST_RUN");
-    if (!run)
-        ::setenv("TESSEL_TEST_RUN", std::to_string(::getpid()).c_str(), 1);
-    const std::string number = std::getenv("TESSEL_TEST_RUN");
-    return std::u16string(number.begin(), number.end()) + text;
-}
-
 OwnedHandle NamedEvent(const char16_t* text, bool manualReset = false)
 {
-    return OwnedHandle(CreateEventW(manualReset, false, Name(text).c_str()));
+    return OwnedHandle(CreateEventW(manualReset, false, NameInThisRun(text).c_str()));
 }
 OwnedHandle NamedMutex(const char16_t* text, bool initialOwner = false)
 {
-    return OwnedHandle(CreateMutexW(initialOwner, Name(text).c_str()));
+    return OwnedHandle(CreateMutexW(initialOwner, NameInThisRun(text).c_str()));
 }
 
 std::uint32_t LookAt(const std::vector<Handle>& handles)
@@ -97,25 +87,29 @@ const ChildRole becomesAnother("becomesAnother", [](int) {
 
 TEST(NamedObject, IsOneForAllWhoUseItsName)
 {
-    const std::u16string longest(260 - Name(u"").size(), u'n');
-    for (const std::u16string& name : {std::u16string(u"Global\\with/all:\u00fc\xd800"), longest}) {
-        const OwnedHandle first(CreateEventW(true, true, Name(name.c_str()).c_str()));
-        EXPECT_EQ(GetLastError(), ERROR_SUCCESS);
-        const OwnedHandle second(CreateEventW(false, false, Name(name.c_str()).c_str()));
-        EXPECT_EQ(GetLastError(), ERROR_ALREADY_EXISTS);
-        const OwnedHandle third(OpenEventW(SYNCHRONIZE, Name(name.c_str()).c_str()));
-        EXPECT_EQ(LookAt({first}), WAIT_OBJECT_0);
-        EXPECT_EQ(LookAt({third}), WAIT_OBJECT_0); // it stays one with manual reset
-        EXPECT_FALSE(SetEvent(third));
-        EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
-        EXPECT_TRUE(ResetEvent(second));
-        EXPECT_EQ(LookAt({first}), WAIT_TIMEOUT);
-        EXPECT_EQ(CreateMutexW(true, Name(name.c_str()).c_str()), NULL_HANDLE);
-        EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+    const std::u16string longest(260 - NameInThisRun(u"").size(), u'n');
+    for (const std::u16string& text : {std::u16string(u"Global\\with/all:\u00fc\xd800"), longest}) {
+        const std::u16string whole = NameInThisRun(text);
+        const char16_t* const name = whole.c_str();
+        {
+            const OwnedHandle first(CreateEventW(true, true, name));
+            EXPECT_EQ(GetLastError(), ERROR_SUCCESS);
+            const OwnedHandle second(CreateEventW(false, false, name));
+            EXPECT_EQ(GetLastError(), ERROR_ALREADY_EXISTS);
+            const OwnedHandle third(OpenEventW(SYNCHRONIZE, name));
+            EXPECT_EQ(LookAt({first}), WAIT_OBJECT_0);
+            EXPECT_EQ(LookAt({third}), WAIT_OBJECT_0); // it stays one with manual reset
+            EXPECT_FALSE(SetEvent(third));
+            EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
+            EXPECT_TRUE(ResetEvent(second));
+            EXPECT_EQ(LookAt({first}), WAIT_TIMEOUT);
+            EXPECT_EQ(CreateMutexW(true, name), NULL_HANDLE);
+            EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+        }
+        EXPECT_EQ(OpenEventW(SYNCHRONIZE, name), NULL_HANDLE); // gone with its last user
+        EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
     }
-    EXPECT_EQ(OpenEventW(SYNCHRONIZE, Name(longest.c_str()).c_str()), NULL_HANDLE); // gone
-    EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
-    EXPECT_EQ(CreateEventW(true, true, (longest + u"nnnnnnnnnnn").c_str()), NULL_HANDLE);
+    EXPECT_EQ(CreateEventW(true, true, NameInThisRun(longest + u'n').c_str()), NULL_HANDLE);
     EXPECT_EQ(GetLastError(), ERROR_FILENAME_EXCED_RANGE);
 }
 

@@ -99,14 +99,3 @@ TEST(Thread, KeepsTheSignalThatComesWhileItIsSuspended)
     EXPECT_EQ(ResumeThread(event), SUSPEND_FAILED);
     EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
 }
-
-TEST(Thread, AnswersThePriorityThatWasAsked)
-{
-    const OwnedHandle own(OpenCurrentThread());
-    for (const int priority : {-15, -2, -1, 0, 1, 2, 15, 0}) {
-        EXPECT_TRUE(SetThreadPriority(own, priority)) << priority;
-        EXPECT_EQ(GetThreadPriority(own), priority);
-    }
-    EXPECT_FALSE(SetThreadPriority(own, 3));
-    EXPECT_EQ(GetThreadPriority(NULL_HANDLE), THREAD_PRIORITY_ERROR_RETURN);
-}

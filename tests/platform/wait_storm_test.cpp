@@ -1,13 +1,9 @@
 // Waits, sets and ends of threads at full speed, where every signal is counted. The variables that are not
 // atomic are guarded by what is tested: ThreadSanitizer sees a wait that does not order them.
 #include "platform/threads.h"
-#include "tests/platform/owned_handle.h"
-#include "tests/platform/storm.h"
+#include "tests/platform/signal_storm.h"
 
 #include <gtest/gtest.h>
-
-#include <atomic>
-#include <thread>
 
 using namespace Platform;
 
@@ -21,64 +17,19 @@ std::uint32_t RandomTimeout(std::minstd_rand& random)
 }
 } // namespace
 
-// An event is set again only when its last signal was taken, so that none merges: as many have to be taken as
-// were set, each by one wait.
 TEST(WaitStorm, TakesEverySignalOnce)
 {
-    constexpr std::size_t events = 6;
-    struct Signal {
-        std::atomic<bool> isOut{false};
-        std::uint64_t touched = 0; // by the setter, and then by the taker
-    };
-    std::vector<Signal> signals(events);
-    std::vector<OwnedHandle> handles;
-    for (std::size_t i = 0; i < events; ++i)
-        handles.push_back(Event());
-    const OwnedHandle stop = Event(true);
-    std::atomic<std::uint64_t> taken{0};
-    std::atomic<std::uint64_t> sent{0};
-
-    std::vector<std::thread> waiters;
-    for (unsigned seed = 1; seed <= 5;
-         ++seed) // the first one always waits for all, so that nothing stays out
-        waiters.emplace_back([&, least = seed == 1 ? events : 1, random = std::minstd_rand(seed)]() mutable {
-            for (;;) {
-                std::vector<Handle> chosen = Choose(random, handles, least);
-                PutAtOneEnd(random, chosen, stop);
-                const std::uint32_t result = WaitForAny(chosen, RandomTimeout(random));
-                if (result == WAIT_TIMEOUT)
-                    continue;
-                ASSERT_LT(result, chosen.size());
-                if (chosen[result] == stop)
-                    return;
-                Signal& signal = signals[PlaceOf(chosen[result], handles)];
-                ++signal.touched;
-                ++taken;
-                ASSERT_TRUE(signal.isOut.exchange(false));
-            }
-        });
-    const Clock::time_point end = Clock::now() + Duration();
-    std::vector<std::thread> setters;
-    for (std::size_t setter = 0; setter < 2; ++setter)
-        setters.emplace_back([&, setter] {
-            while (Clock::now() < end)
-                for (std::size_t i = setter; i < events; i += 2)
-                    if (!signals[i].isOut.exchange(true)) {
-                        ++signals[i].touched;
-                        ++sent;
-                        SetEvent(handles[i]);
-                    }
-        });
-    for (std::thread& setter : setters)
-        setter.join();
-    while (taken != sent && !testing::Test::HasFatalFailure())
-        std::this_thread::yield();
-    SetEvent(stop);
-    for (std::thread& waiter : waiters)
-        waiter.join();
-    EXPECT_EQ(taken, sent);
-    for (const OwnedHandle& handle : handles)
-        EXPECT_EQ(WaitForSingleObject(handle, 0), WAIT_TIMEOUT);
+    SignalLedger ledger{};
+    std::vector<OwnedHandle> events;
+    while (events.size() < places)
+        events.push_back(Event());
+    std::thread takers[2];
+    for (unsigned i = 0; i < 2; ++i)
+        takers[i] = std::thread([&, i] { EXPECT_TRUE(TakeSignals(ledger, events, i)); });
+    SendSignals(ledger, events);
+    for (std::thread& taker : takers)
+        taker.join();
+    EXPECT_EQ(ledger.taken, ledger.sent);
 }
 
 // Threads take mutexes of a few, some twice; every so often one ends without giving back what it has.

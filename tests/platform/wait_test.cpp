@@ -2,12 +2,12 @@
 #include "platform/errors.h"
 #include "platform/files.h"
 #include "platform/waits.h"
+#include "tests/platform/child_process.h"
 #include "tests/platform/owned_handle.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <string>
 #include <thread>
 
 using namespace Platform;
@@ -113,17 +113,15 @@ TEST(Wait, IsReleasedByASetAndAResetRightBehindIt)
 }
 
 // Without a name and with one: another implementation of the same.
-class Mutex : public testing::TestWithParam<const char16_t*> {
+class Mutex : public testing::TestWithParam<bool> {
 protected:
-    OwnedHandle Make(bool initialOwner, char16_t which) const
+    static OwnedHandle Make(bool initialOwner, char16_t which)
     {
-        std::u16string name = GetParam();
-        for (const char digit : name.empty() ? "" : std::to_string(GetCurrentProcessId()))
-            name += static_cast<char16_t>(digit);
-        return OwnedHandle(CreateMutexW(initialOwner, name.empty() ? nullptr : (name + which).c_str()));
+        const std::u16string name = NameInThisRun(u"mutex\\" + std::u16string(1, which));
+        return OwnedHandle(CreateMutexW(initialOwner, GetParam() ? name.c_str() : nullptr));
     }
 };
-INSTANTIATE_TEST_SUITE_P(Kinds, Mutex, testing::Values(u"", u"mutex\\"));
+INSTANTIATE_TEST_SUITE_P(Kinds, Mutex, testing::Bool());
 
 TEST_P(Mutex, BelongsToOneThreadAsOftenAsItTookIt)
 {

@@ -15,8 +15,7 @@ const auto* const library = testing::AddGlobalTestEnvironment(new Library);
 FacePtr<Win32::Mutex> Create(const char16_t* name, bool initialOwner = false, bool* created = nullptr)
 {
     const FacePtr<Win32::Mutex::Creator> creator{Clsid(Win32::mutexCreatorClass)};
-    const WideString unique = *name ? WideString::FromPrintf(u"%s%d", name, ::getpid()) : WideString();
-    return creator->Create(unique, initialOwner, nullptr, created);
+    return creator->Create(WideString::FromPrintf(u"%s%d", name, ::getpid()), initialOwner, nullptr, created);
 }
 
 bool OtherThreadGets(const FacePtr<Win32::Mutex>& mutex)
