@@ -13,7 +13,10 @@ constexpr std::size_t places = 3;
 
 struct SignalLedger {
     std::atomic<bool> isOut[places]; // a signal of the event
-    std::uint64_t touched[places]; // by the setter, and then by the taker: guarded by what is tested
+    // By the setter, and then by the taker: guarded by what is tested. In one process, for ThreadSanitizer
+    // sees no order that comes through another one.
+    std::uint64_t touched[places];
+    bool isOneProcess;
     std::atomic<std::uint64_t> sent;
     std::atomic<std::uint64_t> taken;
     std::atomic<bool> isOver;
@@ -25,7 +28,8 @@ inline void SendSignals(SignalLedger& ledger, const std::vector<OwnedHandle>& ev
     for (const Clock::time_point end = Clock::now() + Duration(); Clock::now() < end;)
         for (std::size_t i = 0; i < places; ++i)
             if (!ledger.isOut[i].exchange(true)) {
-                ++ledger.touched[i];
+                if (ledger.isOneProcess)
+                    ++ledger.touched[i];
                 ++ledger.sent;
                 Platform::SetEvent(events[i]);
             }
@@ -57,7 +61,8 @@ inline bool TakeSignals(SignalLedger& ledger, const std::vector<OwnedHandle>& ev
                     continue;
                 }
                 const std::size_t place = PlaceOf(chosen[result], events);
-                ++ledger.touched[place];
+                if (ledger.isOneProcess)
+                    ++ledger.touched[place];
                 ++ledger.taken;
                 isWrong = isWrong || !ledger.isOut[place].exchange(false);
             }
