@@ -9,6 +9,8 @@
 //   BM_FolderList/<case>/<side>  a folder of so many files, to a path for each
 //   BM_TreeDelete/<case>/<side>  a tree of so many files, 100 a folder
 //   BM_PathNormal/<case>/<side>  a path text to its normal form
+//
+// TMPDIR names the file system.
 #include <tessel/base/utf8.h>
 #include <tessel/base/value.h>
 #include <tessel/io/buffering.h>
@@ -40,8 +42,8 @@ constexpr std::uint64_t fileSize = 64ULL << 20;
 struct Workplace {
     Workplace()
     {
-        char name[] = "/tmp/tessel-bench-XXXXXX";
-        folder = ::mkdtemp(name);
+        std::string name = std::filesystem::temp_directory_path() / "tessel-bench-XXXXXX";
+        folder = ::mkdtemp(name.data());
         std::ofstream file(folder / "large", std::ios::binary);
         for (std::uint64_t word = 0; word < fileSize / sizeof(word); ++word)
             file.write(reinterpret_cast<const char*>(&word), sizeof(word));
@@ -287,11 +289,13 @@ void Register()
     benchmark::RegisterBenchmark(
         "BM_TreeDelete/50000/ours", [=](auto& state) { TimeDelete(state, deleteOurs); })
         ->UseManualTime()
-        ->Iterations(1);
+        ->Iterations(1)
+        ->Repetitions(3); // the tree is made anew each time, which takes long
     benchmark::RegisterBenchmark(
         "BM_TreeDelete/50000/std", [=](auto& state) { TimeDelete(state, deleteByStandard); })
         ->UseManualTime()
-        ->Iterations(1);
+        ->Iterations(1)
+        ->Repetitions(3); // the tree is made anew each time, which takes long
     for (const Text& text : texts) {
         const std::string name = std::string("BM_PathNormal/") + text.name;
         benchmark::RegisterBenchmark(

@@ -9,8 +9,8 @@ namespace Io {
 
 namespace {
 
-// A block without contents that has room for so many bytes; one of capacity 0 for want of memory.
-Binary EmptyBlock(std::uint32_t capacity) noexcept
+// A block of so many undefined bytes; null for want of memory.
+Binary RawBlock(std::uint32_t capacity) noexcept
 {
     Binary block;
     block.SetSize(capacity, false);
@@ -21,16 +21,16 @@ Binary EmptyBlock(std::uint32_t capacity) noexcept
 Binary GrownBlock(std::uint32_t size, std::uint64_t wanted) noexcept
 {
     if (wanted > size && wanted <= largestBlock)
-        if (Binary block = EmptyBlock(static_cast<std::uint32_t>(wanted)); block.GetCapacity() != 0)
+        if (Binary block = RawBlock(static_cast<std::uint32_t>(wanted)); !block.IsEmpty())
             return block;
-    return EmptyBlock(size);
+    return RawBlock(size);
 }
 
 } // namespace
 
 Binary NewBlock(std::uint32_t size)
 {
-    Binary block = EmptyBlock(size);
+    Binary block = RawBlock(size);
     if (block.GetSize() != size)
         throw std::bad_alloc();
     return block;

@@ -30,33 +30,23 @@ inline std::string Narrow(const std::u16string& text)
     return NarrowString(text.c_str()).c_str();
 }
 
-// What the operation throws, from the newest layer on, as "text code code"; "internal (...)" for an internal
-// error,
-// "" for none.
+// What the operation throws: the one word of the message that tells most and the codes of both layers, as
+// "open 2 notFound"; tag and token of an internal error, as "(fs: seek 131)."; "" for nothing.
 template <class Operation>
-std::string FailureOf(Operation operation)
+std::string FailureOf(Operation operation, std::string* message = nullptr)
 {
     try {
         operation();
         return "";
     } catch (const Error& error) {
-        std::string failure = NarrowString(error.GetLayerText(0).c_str()).c_str();
+        const std::string text = NarrowString(error.GetLayerText(0).c_str()).c_str();
+        if (message != nullptr)
+            *message = text;
         if (error.GetLayerCode(0) == Error::internal)
-            return failure.replace(0, std::string("An internal error occured").size(), "internal");
-        for (std::uint32_t i = error.GetLayerCount(); i-- > 0;) {
-            const std::uint32_t code = error.GetLayerCode(i);
-            failure += code == Error::notFound ? " notFound" : " " + std::to_string(code);
-        }
-        return failure;
+            return text.substr(text.find('('));
+        const std::size_t verb = std::string(text.starts_with("Cannot") ? "Cannot " : "Failed to ").size();
+        return text.substr(verb, text.find(' ', verb) - verb) + " " + std::to_string(error.GetLayerCode(1))
+            + (error.GetLayerCode(0) == Error::notFound ? " notFound"
+                                                        : " " + std::to_string(error.GetLayerCode(0)));
     }
-}
-
-// The same with the one word of the message that tells most: "open", "remove" and so on.
-inline std::string Short(const std::string& failure)
-{
-    const std::size_t verb = failure.find(failure.starts_with("Failed to") ? "to " : "Cannot ");
-    if (verb == failure.npos)
-        return failure;
-    const std::size_t begin = failure.find(' ', verb) + 1;
-    return failure.substr(begin, failure.find(' ', begin) - begin) + failure.substr(failure.rfind("'.") + 2);
 }
