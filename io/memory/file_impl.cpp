@@ -33,7 +33,9 @@ void FileImpl::SetSize(std::uint64_t size)
     const std::uint32_t oldSize = data.GetSize();
     if (newSize > oldSize)
         Extend(newSize, oldSize, newSize);
-    else if (newSize < oldSize && data.IsShared())
+    else if (newSize == oldSize)
+        return;
+    else if (data.IsShared())
         data = CopyOf(data.GetData(), newSize);
     else
         data.SetSize(newSize, true);
