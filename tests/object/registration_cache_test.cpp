@@ -80,4 +80,14 @@ TEST(RegistrationCache, WhatIsStorableReadsBackTheSame)
     EXPECT_GT(storable, 100U);
 }
 
+TEST(RegistrationCache, AMillionRecordsAreRead)
+{
+    std::u16string text;
+    for (int i = 0; i < 1000000; ++i)
+        text += u"{a|b|T|C,I}\n";
+    EXPECT_EQ(ParseCache(text.c_str())->size(), 1000000U);
+    text = u"{a|" + std::u16string(10000000, u'x');
+    EXPECT_FALSE(ParseCache(text.c_str()));
+}
+
 } // namespace Object

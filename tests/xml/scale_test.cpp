@@ -54,7 +54,7 @@ std::size_t CountLevels(FacePtr<Xml::Element> element)
 TEST(Depth, CostsNoStackAndNoMoreThanWidth)
 {
     RunOnSmallStack([] {
-        constexpr std::size_t depth = 300000;
+        constexpr std::size_t depth = 1000000;
         FacePtr<Xml::Document> document = GetReader()->Read(Nested(depth, "<a>x<![CDATA[y]]>", "z</a>"));
         document->GetRootElement()->Normalize(3);
         EXPECT_EQ(CountLevels(document->GetRootElement()), depth);
