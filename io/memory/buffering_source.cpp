@@ -27,13 +27,15 @@ Binary BufferingSourceImpl::Read()
     return block;
 }
 
-// False at the end.
+// False at the end. The place in the list is there before the block is: no block is read that has no place.
 bool BufferingSourceImpl::ReadBelow()
 {
-    Binary block = source->Read();
-    if (block.IsEmpty())
+    std::list<Piece> next(1);
+    next.front().block = source->Read();
+    if (next.front().block.IsEmpty())
         return false;
-    cursor = blocks.insert(blocks.end(), {std::move(block)});
+    cursor = next.begin();
+    blocks.splice(blocks.end(), next);
     return true;
 }
 

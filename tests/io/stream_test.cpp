@@ -1,4 +1,6 @@
 #include "io/memory/buffer_factory.h"
+#include "io/memory/file_impl.h"
+#include "tests/allocation_plan.h"
 #include "tests/io/streams.h"
 
 #include <gtest/gtest.h>
@@ -74,6 +76,20 @@ TEST(BufferingSource, RewindsToWhatItKept)
     source.buffered->Rewind();
     EXPECT_EQ(source.Read(1), "- ");
     EXPECT_TRUE(source.buffered->IsAtEnd());
+}
+
+TEST(BufferingSource, LosesNothingForWantOfMemory)
+{
+    const FacePtr<Io::File> file = MakeFace<Impl<Io::Memory::FileImpl, Module>>();
+    file->Write(0, BinaryOf("012345"));
+    const FacePtr<Io::BufferingSource> buffered = Factory()->CreateSource(file->OpenSource());
+    buffered->SetBlockRange(4, 4);
+    for (const unsigned allocation : {1U, 2U, 3U}) {
+        AllocationPlan::FailNth(allocation);
+        EXPECT_THROW(buffered->Read(), std::bad_alloc);
+    }
+    EXPECT_EQ(TextOf(buffered->Read()), "0123");
+    EXPECT_EQ(TextOf(buffered->Read()), "45");
 }
 
 TEST(BufferingSink, CutsAndJoinsToTheRange)
