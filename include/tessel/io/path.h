@@ -14,7 +14,8 @@
 //
 // Links. A path that leads to a link stands for the link's target. Only Delete removes the link itself, and
 // never goes through one. What is there and is no folder counts as a file: a device, and a link whose target
-// is missing, too. Opening these fails.
+// is missing, too. A device cannot be opened; such a link can where a missing file may be made and one that
+// exists is accepted, and its target is made.
 //
 // Failures of OpenFile, OpenFolder and Delete, and of the file that OpenFile gives, are an Error of two
 // layers: the system's number with its text, shown, and above it a message in the user's language with the
