@@ -27,7 +27,7 @@ bool Fetch(Platform::Handle window, Win32::SystemMessage& out)
 
 } // namespace
 
-bool MergedBlockerWaiter::Add(Entry& entry, MultiBlockerImpl& multiBlocker)
+bool MergedBlockerWaiter::AddBlocker(Entry& entry, MultiBlockerImpl& multiBlocker)
 {
     if (!entry.info)
         return false;
@@ -50,7 +50,7 @@ bool MergedBlockerWaiter::Add(Entry& entry, MultiBlockerImpl& multiBlocker)
         return false;
     }
     // Field by field where it lies: a copy would wait for the fields just written.
-    Record& record = records.emplace_back();
+    WaitRecord& record = records.emplace_back();
     record.kind = kind;
     record.timeout = timeout;
     record.handle = ToPlatform(handle);
@@ -83,7 +83,7 @@ MergedBlockerWaiter::Outcome MergedBlockerWaiter::WaitWithMessages(const Platfor
 }
 
 bool MergedBlockerWaiter::IsMet(
-    const Record& record, const Outcome& outcome, const Platform::Handle* handles) const
+    const WaitRecord& record, const Outcome& outcome, const Platform::Handle* handles) const
 {
     const std::uint32_t result = outcome.result;
     switch (record.kind) {
@@ -103,7 +103,7 @@ void MergedBlockerWaiter::Run()
     Platform::Handle handles[handleLimit]; // NOLINT: filled as far as `handleCount`
     handles[0] = ThreadImpl::Current().GetInterruptEvent().GetHandle();
     std::uint32_t filled = 1;
-    for (const Record& record : records)
+    for (const WaitRecord& record : records)
         if (record.kind == Kind::Handle)
             handles[filled++] = record.handle;
 

@@ -21,14 +21,14 @@ public:
     // For so many members, of which not all need come.
     void Reserve(std::size_t count) { records.reserve(std::min<std::size_t>(count, 64)); }
     // False if the member cannot be waited for here.
-    bool Add(Entry& entry, MultiBlockerImpl& multiBlocker);
+    bool AddBlocker(Entry& entry, MultiBlockerImpl& multiBlocker);
 
     void Run() override;
 
 private:
     enum class Kind : std::uint32_t { Handle, Timeout, Message };
 
-    struct Record {
+    struct WaitRecord {
         Kind kind;
         std::uint32_t timeout;
         Platform::Handle handle;
@@ -46,9 +46,9 @@ private:
 
     Outcome Wait(const Platform::Handle* handles);
     Outcome WaitWithMessages(const Platform::Handle* handles);
-    bool IsMet(const Record& record, const Outcome& outcome, const Platform::Handle* handles) const;
+    bool IsMet(const WaitRecord& record, const Outcome& outcome, const Platform::Handle* handles) const;
 
-    std::vector<Record> records;
+    std::vector<WaitRecord> records;
     std::uint32_t handleCount = 1; // in the system's wait: the interrupt event is the first one
     std::uint32_t shortestTimeout = Platform::INFINITE;
     bool hasMessage = false;

@@ -104,7 +104,7 @@ void MultiBlockerImpl::BuildWaiters(Waiters& waiters, MergedBlockerWaiter& merge
             continue;
         }
         const bool isFirst = merged.IsEmpty();
-        if (!allMode && merged.Add(entry, *this)) {
+        if (!allMode && merged.AddBlocker(entry, *this)) {
             if (isFirst)
                 waiters.emplace_back(&merged);
             continue;

@@ -19,12 +19,12 @@ namespace {
 constexpr const char* tag = "tessel/mt";
 }
 
-CreationData::CreationData(FacePtr<Runnable> work, const ThreadImpl::Locals& locals)
+ThreadImpl::CreationData::CreationData(FacePtr<Runnable> work, const Locals& locals)
     : runnable(std::move(work)), creatorLocals(locals), startedEvent(Platform::CreateEventW(true, false))
 {
 }
 
-CreationData::~CreationData()
+ThreadImpl::CreationData::~CreationData()
 {
     if (startedEvent != Platform::NULL_HANDLE)
         Platform::CloseHandle(startedEvent);

@@ -6,9 +6,9 @@
 
 namespace Mt {
 
-class CreationData : public Face<> {
+class ThreadImpl::CreationData : public Face<> {
 public:
-    CreationData(FacePtr<Runnable> work, const ThreadImpl::Locals& locals);
+    CreationData(FacePtr<Runnable> work, const Locals& locals);
     ~CreationData();
     CreationData(const CreationData&) = delete;
     CreationData& operator=(const CreationData&) = delete;
@@ -21,7 +21,7 @@ public:
     }
 
     const FacePtr<Runnable> runnable;
-    const ThreadImpl::Locals& creatorLocals; // of the creator, which leaves when this is looked at no more
+    const Locals& creatorLocals; // of the creator, which leaves when this is looked at no more
     const Platform::Handle startedEvent; // the start-up is over, well or badly; null for want of memory
     Error error; // what the start-up has thrown; the new thread's until `startedEvent`
 

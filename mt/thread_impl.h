@@ -13,10 +13,10 @@
 
 namespace Mt {
 
-class CreationData;
-
 class ThreadImpl : public Face<Thread> {
 public:
+    class CreationData; // thread_creation.h
+
     // The thread's own, and while it creates a thread and waits for it, that one's to look at.
     using Locals = std::map<WideString, FacePtr<BaseFace>>;
 

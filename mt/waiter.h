@@ -5,9 +5,8 @@
 // So the stop and the interrupts that it raised change together, under the strand's lock:
 //
 //     Stop      raises interrupts until the thread is interrupted (more than one where its count was below 0)
-//     Settle    at the end of the strand's wait, takes all interrupts off the thread, and takes off that
-//     number
-//               what Stop had raised; the rest came from outside, and the report carries it to the caller
+//     Settle    takes all interrupts off the thread at the end of the strand's wait; those beyond the number
+//               that Stop had raised came from outside, and the report carries them to the caller
 //
 // On the thread of the caller a stop that has come stays in force until the whole wait is wound up, so Settle
 // raises it anew there.

@@ -35,11 +35,11 @@ bool ArmThreadEnd() noexcept;
 
 // Stops a thread, at the latest when it comes out of the kernel and out of the operations on waits, threads
 // and handles: their locks are never held by a thread that stands. Returns when it does, with the count of
-// suspensions before. A thread that waits
-// stands at once: a signal that reaches it is its own, and it returns after the last resume. A thread that
-// suspends itself returns when somebody resumes it. SUSPEND_FAILED with ERROR_SIGNAL_REFUSED above 127
-// suspensions, ERROR_ACCESS_DENIED for a thread that has ended, and ERROR_TIMEOUT if it has not stopped
-// within a second (it blocks all signals, or is held up in the kernel) and now is not to.
+// suspensions before. A thread that waits stands at once: a signal that reaches it is its own, and it returns
+// after the last resume. A thread that suspends itself returns when somebody resumes it. SUSPEND_FAILED with
+// ERROR_SIGNAL_REFUSED above 127 suspensions, ERROR_ACCESS_DENIED for a thread that has ended, and
+// ERROR_TIMEOUT if it has not stopped within a second (it blocks all signals, or is held up in the kernel)
+// and now is not to.
 //
 // For the caller to know: a thread can be stopped while it holds the allocator's lock, the dynamic linker's,
 // that of a module load or a registry key, or one of the program's own, so nothing that could want them may

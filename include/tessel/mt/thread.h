@@ -1,8 +1,12 @@
 // Threads, and how any wait of theirs is ended: by an interrupt.
 //
-//     struct Counting : Face<Mt::Runnable> { void Initialize() override { ... } void Run() override { ... }
-//     }; const FacePtr<Mt::Thread> thread = Mt::CurrentThread()->CreateThread(MakeFace<Impl<Counting,
-//     Module>>(), 0); thread->Join(false); // interrupts it, and waits for its end
+//     struct Counting : Face<Mt::Runnable> {
+//         void Initialize() override { ... }
+//         void Run() override { ... }
+//     };
+//     const FacePtr<Mt::Runnable> counting = MakeFace<Impl<Counting, Module>>();
+//     const FacePtr<Mt::Thread> thread = Mt::CurrentThread()->CreateThread(counting, 0);
+//     thread->Join(false); // interrupts it, and waits for its end
 #pragma once
 
 #include <tessel/mt/blocker.h>

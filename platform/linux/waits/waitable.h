@@ -30,15 +30,13 @@ struct WaitRecord {
 //    wait twice.
 // 5. Only the waiter itself makes ENTER to CLAIMED, only others OPEN or ASLEEP to CLAIMED. One such step is
 //    one signal taken.
-// 6. When ENTER becomes CLAIMED + i under the lock of object i, the wait hangs on the objects below i, they
-// were
-//    not signalled when it looked and have not been signalled since, or it would be DIRTY. So the lowest
-//    index wins exactly. When ENTER becomes OPEN, none is signalled.
+// 6. When ENTER becomes CLAIMED + i under the lock of object i, the wait hangs on the objects below i, and
+//    they were not signalled when it looked and have not been signalled since, or it would be DIRTY. So the
+//    lowest index wins exactly. When ENTER becomes OPEN, none is signalled.
 // 7. SIGNALLED of an object that keeps its signal becomes visible with the unlock, behind the walk over the
 //    list. Visible earlier, a wait that hangs already could still take a higher index.
 // 8. LOCK and WAITERS clear: nobody hangs here, so to signal, to unsignal and to take is one step on the
-// word.
-//    To signal what is signalled is one too, for it has to publish what the signaller wrote.
+//    word. To signal what is signalled is one too, for it has to publish what the signaller wrote.
 class Waitable : public CountedObject {
 public:
     // What a wait takes from the object with its signal.
@@ -98,8 +96,7 @@ protected:
     std::atomic<Waiter*> owner{nullptr};
 
 private:
-    static constexpr std::uint32_t LOCK =
-        1; // guards the list; flags but CONTENDED are its holder's to change
+    static constexpr std::uint32_t LOCK = 1; // guards the list; its holder changes all but CONTENDED
     static constexpr std::uint32_t CONTENDED = 2; // somebody sleeps on LOCK
     static constexpr std::uint32_t WAITERS = 4; // the list is not empty
     static constexpr std::uint32_t SIGNALLED = 8; // of a mutex: it is free

@@ -18,8 +18,7 @@ class ThreadQueue;
 //                                                                   IDLE (only looks); others: DIRTY
 //   DIRTY      what it hangs on was signalled since ENTER           self: ENTER, and looks again from 0
 //   OPEN       hangs everywhere, nothing was signalled, spins       others: CLAIMED + i; self: ASLEEP
-//   ASLEEP     in the kernel or on its way there                    others: CLAIMED + i, and they owe it a
-//   wake;
+//   ASLEEP     in the kernel or on its way there                    others: CLAIMED + i, and owe it a wake;
 //                                                                   self: IDLE (time is up)
 //   CLAIMED+i  object i has satisfied it                            self: IDLE
 enum WaiterState : std::uint32_t { IDLE, ENTER, DIRTY, OPEN, ASLEEP, CLAIMED = 0x100 };
