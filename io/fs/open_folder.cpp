@@ -78,8 +78,10 @@ private:
 
 } // namespace
 
+// The object comes first: no folder is made and left there for want of memory.
 FacePtr<Folder> OpenFolder(const WideString& path, IfExists ifExists, IfMissing ifMissing, bool createParents)
 {
+    FacePtr<Folder> folder = MakeFace<Impl<FolderImpl, Module>>(path);
     switch (KindOf(path.c_str())) {
     case PathKind::Missing:
         if (ifMissing == IfMissing::Fail)
@@ -94,7 +96,7 @@ FacePtr<Folder> OpenFolder(const WideString& path, IfExists ifExists, IfMissing 
             Raise(createFolderMessage, path, Platform::ERROR_ALREADY_EXISTS);
         break;
     }
-    return MakeFace<Impl<FolderImpl, Module>>(path);
+    return folder;
 }
 
 } // namespace Io::Fs

@@ -1,3 +1,4 @@
+#include "tests/allocation_plan.h"
 #include "tests/io/paths.h"
 #include "tests/io/streams.h"
 #include "tests/platform/temporary_folder.h"
@@ -71,6 +72,20 @@ TEST(OpenFolder, OpensOrMakesAsAsked)
     const std::u16string tooLong = u"\\d\\e\\" + std::u16string(200, u'\x4E00');
     EXPECT_EQ(FailureToMake(PathOf(folder.Text("a") + tooLong)), "create 206 206");
     EXPECT_TRUE(folder.Has("a") && !folder.Has("a/d"));
+    const FacePtr<Io::Path> deep = PathOf(folder.Text("deep/below"));
+    unsigned allocation = 0;
+    const auto isMade = [&] {
+        AllocationPlan::FailNth(++allocation);
+        try {
+            deep->OpenFolder(IfExists::Open, IfMissing::Create, true);
+            return true;
+        } catch (const std::bad_alloc&) {
+            return false;
+        }
+    };
+    while (!isMade())
+        EXPECT_FALSE(folder.Has("deep")) << allocation;
+    AllocationPlan::FailNth(0);
 }
 
 TEST(Enumerate, GivesWhatPatternAndFilterLet)
