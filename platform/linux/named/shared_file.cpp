@@ -161,7 +161,8 @@ SharedFile::Outcome SharedFile::TryOpen(int folder, const char* fileName, std::u
     if (!SetLock(descriptor.Get(), inUse, F_RDLCK, false))
         return Outcome::Failed;
     if (*made && missing.isLocked)
-        ::pthread_mutex_trylock(&object->mutex); // nobody else can have it; and nothing can fail any more
+        static_cast<void>(
+            ::pthread_mutex_trylock(&object->mutex)); // nobody else has it, and nothing can fail now
     SetLock(descriptor.Get(), making, F_UNLCK, false);
     return Outcome::Done;
 }
