@@ -5,10 +5,9 @@
 //   BM_WeakLock/one/<ours|weak_ptr>             a reference from a weak one, and its end
 //   BM_MadeWithWeak/one/<ours|make_shared>      an object made, given one weak reference, and dropped
 //   BM_CastToLast/of_six/<ours|dynamic>         from the first of six interfaces to the last; ours adds a
-//   reference,
-//                                               which is dropped again
-//   BM_CreateObject/of_1000/<ours|gobject>      by the name of one class of 1,000, in turn; with the object's
-//   end BM_TwoThreads/<same_class|other_class>/<ours|malloc>
+//                                               reference, which is dropped again
+//   BM_CreateObject/of_1000/<ours|gobject>      by the name of one class of 1,000, in turn; with its end
+//   BM_TwoThreads/<same_class|other_class>/<ours|malloc>
 //                                               not a time: how much more two threads get done than one, as
 //                                               the counter "ratio"; malloc is malloc and free of as many
 //                                               bytes

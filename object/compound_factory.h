@@ -15,8 +15,8 @@ class CompoundFactory : public Face<StaticFactory, DynamicFactory> {
 public:
     // Takes over the classes and adds the types of a factory; the last one added for a class serves it.
     void AddFactory(const FacePtr<Factory>& factory);
-    // The one that serves the class by its name; null if none does. Within the section of static factories.
     using StaticMap = WeakMap<Clsid, StaticFactory>;
+    // The one that serves the class by its name; null if none does. The caller holds the section.
     FacePtr<StaticFactory> FindStatic(const Clsid& clsid, const StaticMap::Reading& held)
     {
         return statics.Find(clsid, held);

@@ -135,7 +135,7 @@ public:
         return nullptr;
     }
 
-    // The section of all maps of this kind, for what else is looked at on the same way.
+    // Hold the section of all maps of this kind, which also guards what is looked at on the way to one.
     struct Reading : ReadMostlySection::Reading {
         Reading() noexcept : ReadMostlySection::Reading(Contents::section) { }
     };
