@@ -8,8 +8,10 @@
 
 namespace Platform {
 
+using HWND = Handle; // of a window, see windows.h
+
 struct MSG {
-    Handle hwnd; // null for a message to the thread itself
+    HWND hwnd; // null for a message to the thread itself
     std::uint32_t message;
     std::uint64_t wParam;
     std::int64_t lParam;
@@ -27,10 +29,10 @@ constexpr std::uint32_t MWMO_INPUTAVAILABLE = 4;
 std::uint32_t GetQueueStatus(std::uint32_t flags) noexcept;
 
 // Fetches the oldest message: of any kind for a null window, those to the thread itself for
-// INVALID_HANDLE_VALUE; with numbers from `first` to `last`, or of any number if both are 0. It stays in the
-// queue without PM_REMOVE. False if there is none.
+// INVALID_HANDLE_VALUE, otherwise those to the window; with numbers from `first` to `last`, or of any number
+// if both are 0. It stays in the queue without PM_REMOVE. False if there is none.
 bool PeekMessageW(
-    MSG* message, Handle window, std::uint32_t first, std::uint32_t last, std::uint32_t remove) noexcept;
+    MSG* message, HWND window, std::uint32_t first, std::uint32_t last, std::uint32_t remove) noexcept;
 
 // Puts a message into the queue of a thread. False with ERROR_INVALID_THREAD_ID for a thread without a queue,
 // ERROR_NOT_ENOUGH_QUOTA where 10,000 messages wait already, or ERROR_NOT_ENOUGH_MEMORY.
