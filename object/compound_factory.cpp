@@ -38,22 +38,9 @@ void CompoundFactory::CreateInstance(const Clsid& clsid, FacePtr<BaseFace>& out)
     CreateObject(clsid, BaseFace::iid, out);
 }
 
-// Each living static factory once, in the order of its first class.
-std::vector<FacePtr<StaticFactory>> CompoundFactory::DistinctStatics()
-{
-    StaticMap::Pairs all;
-    statics.GetAll(all);
-    std::set<FacePtr<StaticFactory>> seen;
-    std::vector<FacePtr<StaticFactory>> distinct;
-    for (auto& [clsid, factory] : all)
-        if (seen.insert(factory).second)
-            distinct.push_back(std::move(factory));
-    return distinct;
-}
-
 void CompoundFactory::ListClasses(ClassInfoList& out)
 {
-    for (const auto& factory : DistinctStatics()) {
+    for (const auto& factory : statics.GetDistinct()) {
         // A list of its own for each, for a library replaces what it finds in the list.
         ClassInfoList served;
         factory->ListClasses(served);
@@ -89,7 +76,7 @@ ClassInfo CompoundFactory::GetClassInfo(const Clsid& clsid)
 ClassInfoList CompoundFactory::FindClasses(const Clsid& pattern, const WideString& interface)
 {
     ClassInfoList found;
-    for (const auto& factory : DistinctStatics()) {
+    for (const auto& factory : statics.GetDistinct()) {
         ClassInfoList served;
         factory->ListClasses(served);
         served.remove_if(

@@ -4,8 +4,6 @@
 #include "object/weak_map.h"
 #include <tessel/object/factory.h>
 
-#include <set>
-
 namespace Object {
 
 // Decides which factory serves a class: the static one of that name if there is one, else the dynamic ones
@@ -30,8 +28,6 @@ public:
     ClassInfoList FindClasses(const Clsid& pattern, const WideString& interface) override;
 
 private:
-    std::vector<FacePtr<StaticFactory>> DistinctStatics();
-
     StaticMap statics;
     WeakMultiMap<WideString, DynamicFactory> dynamics; // by type
 };

@@ -24,9 +24,8 @@ constexpr std::uint32_t idleMilliseconds = 600000; // ten minutes, for a cleanup
 
 } // namespace
 
-LibraryImpl::LibraryImpl(
-    const WideString& itsPath, const ClassInfoList& knownClasses, const TypeSet& knownTypes)
-    : path(itsPath), classes(knownClasses), types(knownTypes)
+LibraryImpl::LibraryImpl(const WideString& itsPath, ClassInfoList&& knownClasses, TypeSet&& knownTypes)
+    : path(itsPath), classes(std::move(knownClasses)), types(std::move(knownTypes))
 {
 }
 
@@ -37,9 +36,9 @@ LibraryImpl::~LibraryImpl()
 }
 
 FacePtr<Impl<LibraryImpl, Module>> LibraryImpl::Make(
-    const WideString& path, const ClassInfoList& classes, const TypeSet& types)
+    const WideString& path, ClassInfoList&& classes, TypeSet&& types)
 {
-    auto made = MakeFace<Impl<LibraryImpl, Module>>(path, classes, types);
+    auto made = MakeFace<Impl<LibraryImpl, Module>>(path, std::move(classes), std::move(types));
     made->manager->AddItem(made.Get());
     return made;
 }
@@ -50,10 +49,9 @@ FacePtr<Library> LibraryImpl::Create(const WideString& path)
     return made->Load(false) ? FacePtr<Library>(made) : nullptr;
 }
 
-FacePtr<Library> LibraryImpl::CreateCached(
-    const WideString& path, const ClassInfoList& classes, const TypeSet& types)
+FacePtr<Library> LibraryImpl::CreateCached(const WideString& path, ClassInfoList classes, TypeSet types)
 {
-    return Make(path, classes, types);
+    return Make(path, std::move(classes), std::move(types));
 }
 
 FacePtr<Dll> LibraryImpl::Load(bool must)

@@ -16,8 +16,7 @@ class LibraryImpl : public Face<Library, Cleanup::Item> {
 public:
     // Loads the module, or gives null if it is none or offers nothing.
     static FacePtr<Library> Create(const WideString& path);
-    static FacePtr<Library> CreateCached(
-        const WideString& path, const ClassInfoList& classes, const TypeSet& types);
+    static FacePtr<Library> CreateCached(const WideString& path, ClassInfoList classes, TypeSet types);
 
     WideString GetPath() override { return path; }
 
@@ -32,14 +31,14 @@ public:
     bool Cleanup(bool force) override;
 
     // For the two above.
-    LibraryImpl(const WideString& itsPath, const ClassInfoList& knownClasses, const TypeSet& knownTypes);
+    LibraryImpl(const WideString& itsPath, ClassInfoList&& knownClasses, TypeSet&& knownTypes);
     ~LibraryImpl();
     LibraryImpl(const LibraryImpl&) = delete;
     LibraryImpl& operator=(const LibraryImpl&) = delete;
 
 private:
     static FacePtr<Impl<LibraryImpl, Module>> Make(
-        const WideString& path, const ClassInfoList& classes, const TypeSet& types);
+        const WideString& path, ClassInfoList&& classes, TypeSet&& types);
     FacePtr<Dll> Load(bool must);
     FacePtr<Dll> LoadNow(bool must);
     bool ServesType(const Clsid& clsid);

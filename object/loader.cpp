@@ -1,6 +1,7 @@
 #include "object/loader.h"
 
 #include "object/cache_file.h"
+#include "object/library_impl.h"
 #include "object/registration_cache.h"
 #include "platform/files.h"
 #include "platform/modules.h"
@@ -69,15 +70,15 @@ void Loader::Scan(const WideString& folder)
 // there is no sound cache.
 bool Loader::ReadCache(const WideString& folder)
 {
-    const auto records = ParseCache(ReadCacheFile(folder + cacheName));
+    auto records = ParseCache(ReadCacheFile(folder + cacheName));
     if (!records)
         return false;
     struct File {
         WideString stamp;
-        const CacheRecord* record = nullptr;
+        CacheRecord* record = nullptr;
     };
     std::map<WideString, File> files;
-    for (const CacheRecord& record : *records) {
+    for (CacheRecord& record : *records) {
         if (!IsPlainName(record.name))
             continue;
         const auto [entry, isNew] = files.try_emplace(record.name);
@@ -91,9 +92,11 @@ bool Loader::ReadCache(const WideString& folder)
     for (const auto& [name, file] : files) {
         if (file.record == nullptr)
             continue;
-        const CacheRecord& record = *file.record;
+        CacheRecord& record = *file.record;
         libraries.emplace_hint(libraries.end(), name,
-            record.isModule ? creator->CreateCached(folder + name, record.classes, record.types) : nullptr);
+            record.isModule
+                ? LibraryImpl::CreateCached(folder + name, std::move(record.classes), std::move(record.types))
+                : nullptr);
     }
     return true;
 }

@@ -67,6 +67,44 @@ public:
             [](const auto& left, const auto& right) { return left.first < right.first; });
     }
 
+    // Each living value once, in the order of the first key of each.
+    std::vector<FacePtr<V>> GetDistinct()
+    {
+        struct Found {
+            const Key* firstKey;
+            FacePtr<V> value;
+        };
+        // One that stands at the end already is merged: what is dropped then is never the last reference.
+        const auto add = [](std::vector<Found>& all, Found one) {
+            if (all.empty() || all.back().value.Get() != one.value.Get())
+                all.push_back(std::move(one));
+            else if (*one.firstKey < *all.back().firstKey)
+                all.back().firstKey = one.firstKey;
+        };
+        std::vector<Found> found;
+        std::vector<Found> distinct;
+        {
+            const ReadMostlySection::Reading lock(section);
+            found.reserve(entries.size());
+            for (const auto& [key, weak] : entries)
+                if (FacePtr<V> value = weak.Lock())
+                    add(found, {&key, std::move(value)});
+            std::sort(found.begin(), found.end(), [](const Found& left, const Found& right) {
+                return std::less<>()(left.value.Get(), right.value.Get());
+            });
+            distinct.reserve(found.size());
+            for (Found& one : found)
+                add(distinct, std::move(one));
+            std::sort(distinct.begin(), distinct.end(),
+                [](const Found& left, const Found& right) { return *left.firstKey < *right.firstKey; });
+        }
+        std::vector<FacePtr<V>> values;
+        values.reserve(distinct.size());
+        for (Found& one : distinct)
+            values.push_back(std::move(one.value));
+        return values;
+    }
+
     // Adds the living values of a range to `out` by `add`, in order, and drops the dead entries.
     template <class Range, class Out, class Add>
     void Collect(Range range, Out& out, Add add)
@@ -150,6 +188,7 @@ public:
     }
 
     void GetAll(Pairs& out) { contents->GetAll(out); }
+    std::vector<FacePtr<V>> GetDistinct() { return contents->GetDistinct(); }
 
 private:
     typename Contents::Pointer contents = Contents::Make();
