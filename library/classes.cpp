@@ -1,4 +1,5 @@
 // The factories of the library, in the order of their registration.
+#include "gui/message_queue.h"
 #include "io/fs/path_factory_impl.h"
 #include "io/memory/buffer_factory.h"
 #include "io/memory/memory_factory.h"
@@ -7,6 +8,7 @@
 #include "mt/multi_blocker_factory.h"
 #include "mt/timer_factory.h"
 #include "object/library_factory.h"
+#include "win32/message_monitor_factory.h"
 #include "win32/mutex_factory.h"
 #include "xml/document_factory.h"
 #include "xml/reader_writer.h"
@@ -23,6 +25,8 @@ const Object::FactoryRegistration registrations[] = {
     Object::FactoryRegistration::Of<Io::Memory::BufferFactory>("memory"),
     Object::FactoryRegistration::Of<Io::Memory::MemoryFactory>("memory"),
     Object::FactoryRegistration::Of<Io::Fs::PathFactoryImpl>("fs"),
+    Object::FactoryRegistration::Of<Gui::MessageQueueFactory>("win32"),
+    Object::FactoryRegistration::Of<Win32::MessageMonitorFactory>("win32"),
     Object::FactoryRegistration::Of<Win32::MutexFactory>("win32"),
     Object::FactoryRegistration::Of<Xml::ReaderWriterFactory>("xml"),
     Object::FactoryRegistration::Of<Xml::DocumentFactory>("xml"),

@@ -1,8 +1,7 @@
 #include "mt/merged_waiter.h"
 
 #include "mt/multi_blocker_impl.h"
-#include "mt/wait_handle.h"
-#include "platform/messages.h"
+#include "mt/system_message.h"
 #include <tessel/base/error.h>
 
 namespace Mt {
@@ -11,19 +10,6 @@ namespace {
 
 // With the interrupt event; one less than the system's wait takes, which leaves room for the message queue.
 constexpr std::uint32_t handleLimit = Platform::MAXIMUM_WAIT_OBJECTS - 1;
-
-// For messages to the thread itself and to no window.
-constexpr Platform::Handle threadOnly = Platform::INVALID_HANDLE_VALUE;
-
-bool Fetch(Platform::Handle window, Win32::SystemMessage& out)
-{
-    Platform::MSG fetched;
-    if (!Platform::PeekMessageW(&fetched, window, 0, 0, Platform::PM_REMOVE))
-        return false;
-    out = {ToPublic(fetched.hwnd), fetched.message, fetched.wParam, fetched.lParam, fetched.time, fetched.x,
-        fetched.y};
-    return true;
-}
 
 } // namespace
 
@@ -71,12 +57,12 @@ MergedBlockerWaiter::Outcome MergedBlockerWaiter::Wait(const Platform::Handle* h
 MergedBlockerWaiter::Outcome MergedBlockerWaiter::WaitWithMessages(const Platform::Handle* handles)
 {
     Outcome outcome{handleCount, {}};
-    if (Fetch(Platform::NULL_HANDLE, outcome.message))
+    if (FetchMessage(Platform::NULL_HANDLE, outcome.message))
         return outcome;
-    while (!Fetch(threadOnly, outcome.message)) {
+    while (!FetchMessage(threadOnly, outcome.message)) {
         outcome.result = Platform::MsgWaitForMultipleObjectsEx(
             handleCount, handles, shortestTimeout, Platform::QS_ALLEVENTS, Platform::MWMO_INPUTAVAILABLE);
-        if (outcome.result != handleCount || Fetch(Platform::NULL_HANDLE, outcome.message))
+        if (outcome.result != handleCount || FetchMessage(Platform::NULL_HANDLE, outcome.message))
             break;
     }
     return outcome;

@@ -17,7 +17,8 @@ constexpr std::uint32_t DUPLICATE_CLOSE_SOURCE = 1;
 constexpr std::uint32_t DUPLICATE_SAME_ACCESS = 2;
 
 // Ends the handle. Calls of other threads that use it at this moment are not disturbed: the object goes
-// with the last of them. The handle of a search belongs to FindClose and is refused.
+// with the last of them. The handle of a search belongs to FindClose, that of a window to DestroyWindow: both
+// are refused.
 bool CloseHandle(Handle handle) noexcept;
 
 // Makes a second handle of the same object. Its rights are `access`, or those of the source with

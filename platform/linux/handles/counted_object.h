@@ -8,7 +8,17 @@
 
 namespace Platform {
 
-enum class ObjectKind : std::uint32_t { File, Find, Event, Mutex, Thread, Key, NamedEvent, NamedMutex };
+enum class ObjectKind : std::uint32_t {
+    File,
+    Find,
+    Event,
+    Mutex,
+    Thread,
+    Key,
+    NamedEvent,
+    NamedMutex,
+    Window
+};
 
 // Some kinds, for who accepts more than one.
 class KindSet {

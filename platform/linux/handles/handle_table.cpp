@@ -174,6 +174,9 @@ constexpr std::uint32_t AccessOf(std::uint64_t rights)
     return static_cast<std::uint32_t>(rights);
 }
 
+// Of these each handle belongs to the function that ends it.
+constexpr KindSet ownedKinds(ObjectKind::Find, ObjectKind::Window);
+
 // Closes the handle if `accept`s its rights.
 template <class Accept>
 bool Close(Handle handle, Accept accept) noexcept
@@ -254,7 +257,7 @@ KnownHandle KnowHandle(Handle handle) noexcept
 
 bool CloseHandle(Handle handle) noexcept
 {
-    return Close(handle, [](std::uint64_t rights) { return KindOf(rights) != ObjectKind::Find; });
+    return Close(handle, [](std::uint64_t rights) { return !ownedKinds.Has(KindOf(rights)); });
 }
 
 bool CloseHandleOfKind(Handle handle, ObjectKind kind) noexcept
@@ -267,7 +270,7 @@ bool DuplicateHandle(Handle source, Handle* duplicate, std::uint32_t access, std
     *duplicate = NULL_HANDLE;
     std::uint32_t rights = access;
     CountedObject* const object = Borrow(source, [&rights, access, options](std::uint64_t present) {
-        if (KindOf(present) == ObjectKind::Find)
+        if (ownedKinds.Has(KindOf(present)))
             return ERROR_INVALID_HANDLE;
         rights = options & DUPLICATE_SAME_ACCESS ? AccessOf(present) : access;
         return (rights & ~AccessOf(present)) == 0 ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;

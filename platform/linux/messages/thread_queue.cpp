@@ -1,6 +1,7 @@
 #include "platform/linux/messages/thread_queue.h"
 
 #include "platform/errors.h"
+#include "platform/linux/messages/window.h"
 #include "platform/linux/suspension.h"
 
 #include <algorithm>
@@ -26,7 +27,7 @@ Registry& Queues() noexcept
     return *made;
 }
 
-bool Fits(const MSG& message, Handle window, std::uint32_t lowest, std::uint32_t highest) noexcept
+bool Fits(const MSG& message, HWND window, std::uint32_t lowest, std::uint32_t highest) noexcept
 {
     if (window != NULL_HANDLE && message.hwnd != (window == INVALID_HANDLE_VALUE ? NULL_HANDLE : window))
         return false;
@@ -62,6 +63,7 @@ ObjectRef<ThreadQueue> ThreadQueue::Find(std::uint32_t thread) noexcept
 
 void ThreadQueue::End() noexcept
 {
+    Window::EndAllOf(*this);
     {
         const std::lock_guard guard(Queues().lock);
         Queues().queues.erase(thread);
@@ -69,9 +71,11 @@ void ThreadQueue::End() noexcept
     DropReferences(1);
 }
 
-bool ThreadQueue::Post(const MSG& message) noexcept
+bool ThreadQueue::Post(const MSG& message, const Window* window) noexcept
 try {
     const std::lock_guard guard(lock);
+    if (window && window->isGone)
+        return Fail(ERROR_INVALID_WINDOW_HANDLE);
     if (messages.size() == messageLimit)
         return Fail(ERROR_NOT_ENOUGH_QUOTA);
     messages.push_back(message);
@@ -82,7 +86,7 @@ try {
 }
 
 bool ThreadQueue::Fetch(
-    MSG* message, Handle window, std::uint32_t lowest, std::uint32_t highest, bool remove) noexcept
+    MSG* message, HWND window, std::uint32_t lowest, std::uint32_t highest, bool remove) noexcept
 {
     if (!IsSignalled())
         return false;
@@ -99,6 +103,15 @@ bool ThreadQueue::Fetch(
     return true;
 }
 
+void ThreadQueue::Forget(Window& window) noexcept
+{
+    const std::lock_guard guard(lock);
+    window.isGone = true;
+    if (std::erase_if(messages, [&window](const MSG& queued) { return queued.hwnd == window.handle; }) != 0
+        && messages.empty())
+        Unsignal();
+}
+
 std::uint32_t GetQueueStatus(std::uint32_t flags) noexcept
 {
     const Inside inside;
@@ -108,7 +121,7 @@ std::uint32_t GetQueueStatus(std::uint32_t flags) noexcept
 }
 
 bool PeekMessageW(
-    MSG* message, Handle window, std::uint32_t first, std::uint32_t last, std::uint32_t remove) noexcept
+    MSG* message, HWND window, std::uint32_t first, std::uint32_t last, std::uint32_t remove) noexcept
 {
     const Inside inside;
     ThreadQueue* const queue = ThreadQueue::Current();
@@ -123,7 +136,7 @@ bool PostThreadMessageW(
     if (!queue)
         return Fail(ERROR_INVALID_THREAD_ID);
     return queue->Post(
-        {NULL_HANDLE, message, wParam, lParam, static_cast<std::uint32_t>(GetTickCount64()), 0, 0});
+        {NULL_HANDLE, message, wParam, lParam, static_cast<std::uint32_t>(GetTickCount64()), 0, 0}, nullptr);
 }
 
 } // namespace Platform
