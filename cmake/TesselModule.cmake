@@ -11,8 +11,9 @@ function(tessel_add_module name)
         POSITION_INDEPENDENT_CODE ON
         INSTALL_RPATH "$ORIGIN" LINK_DEPENDS ${map})
     target_link_libraries(${name} PRIVATE tessel::module tessel::tessel)
-    # Unique symbols would pin the module in memory for ever.
-    target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
+    # Unique symbols would pin the module in memory for ever; and all is bound at once, so that nothing is called
+    # by way of a stub.
+    target_compile_options(${name} PRIVATE -fno-plt $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
     if(NOT TESSEL_SANITIZE AND NOT "${CMAKE_CXX_FLAGS}" MATCHES "-fsanitize|-fprofile|-finstrument")
         target_compile_definitions(${name} PRIVATE
             $<$<AND:$<CXX_COMPILER_ID:Clang>,$<CONFIG:Release,RelWithDebInfo>>:TESSEL_OPTIMISED_TAIL>)

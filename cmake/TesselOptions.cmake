@@ -4,7 +4,8 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
 add_library(tessel_options INTERFACE)
 target_compile_features(tessel_options INTERFACE cxx_std_20)
-target_compile_options(tessel_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wundef -Wcast-qual -Werror)
+# What another module offers is called through its address, for all is bound at once.
+target_compile_options(tessel_options INTERFACE -fno-plt -Wall -Wextra -Wpedantic -Wshadow -Wundef -Wcast-qual -Werror)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     target_compile_options(tessel_options INTERFACE -fno-gnu-unique)
 endif()
