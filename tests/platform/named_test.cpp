@@ -7,11 +7,13 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <filesystem>
 #include <fstream>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <string>
 #include <sys/prctl.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <thread>
 
@@ -81,6 +83,40 @@ const ChildRole becomesAnother("becomesAnother", [](int) {
         return 77;
     const OwnedHandle event = NamedEvent(u"mine");
     return GetLastError() == ERROR_SUCCESS && WaitForSingleObject(event, 0) == WAIT_TIMEOUT ? 0 : 1;
+});
+
+// ---- The folder of a user who has none yet, which only the administrator can become
+
+std::uint32_t NewUser()
+{
+    const char* const run = std::getenv("TESSEL_TEST_RUN");
+    return 100'000 + static_cast<std::uint32_t>(run ? std::atoi(run) : ::getpid());
+}
+
+// Removes the user's own folders; how many there were.
+int RemoveFoldersOf(std::uint32_t user)
+{
+    int removed = 0;
+    struct stat status { };
+    for (const auto& entry : std::filesystem::directory_iterator("/dev/shm"))
+        if (::lstat(entry.path().c_str(), &status) == 0 && status.st_uid == user) {
+            std::filesystem::remove_all(entry.path());
+            ++removed;
+        }
+    return removed;
+}
+
+// Begins with others at the same moment; with 0 alone, and in a folder that is then removed.
+const ChildRole uses("uses", [](int moment) {
+    if (::setuid(NewUser()) != 0)
+        return 77;
+    ::umask(0177);
+    while (moment != 0 && static_cast<int>(GetTickCount64()) < moment) { }
+    const OwnedHandle before = NamedEvent(u"agreed");
+    if (moment == 0)
+        RemoveFoldersOf(NewUser());
+    const OwnedHandle after = NamedEvent(u"agreed too");
+    return before != NULL_HANDLE && after != NULL_HANDLE ? 0 : 1;
 });
 
 } // namespace
@@ -178,6 +214,33 @@ TEST(NamedObject, IsTheUsersAlone)
     if (result == 77)
         GTEST_SKIP() << "only the administrator can become another user";
     EXPECT_EQ(result, 0);
+}
+
+// However many begin at once, and whatever somebody else has made under such names.
+TEST(NamedObject, LiesInOneFolderThatNobodyElseCanTake)
+{
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only the administrator can become another user";
+    struct stat space { };
+    ::stat("/proc/self/ns/pid", &space);
+    const std::string start =
+        "/dev/shm/tessel-objects-" + std::to_string(NewUser()) + '-' + std::to_string(space.st_ino) + '-';
+    const std::filesystem::path foreign[] = {start + "folder", start + "link", start + "file"};
+    std::filesystem::create_directory(foreign[0]);
+    ::chmod(foreign[0].c_str(), 01700);
+    std::filesystem::create_symlink(foreign[0], foreign[1]);
+    std::ofstream(foreign[2]).put('?');
+    for (int round = 0; round < 5; ++round) {
+        std::vector<ChildProcess> users;
+        for (int i = 0; i < 6; ++i)
+            users.push_back(uses.Start(static_cast<int>(GetTickCount64()) + 25 - 3 * i));
+        for (ChildProcess& user : users)
+            EXPECT_EQ(user.Wait(), 0);
+        EXPECT_EQ(uses.Start(0).Wait(), 0);
+        EXPECT_EQ(RemoveFoldersOf(NewUser()), 1) << round;
+    }
+    for (const std::filesystem::path& made : foreign)
+        std::filesystem::remove(made);
 }
 
 #ifdef TESSEL_SEAMS

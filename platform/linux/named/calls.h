@@ -4,12 +4,29 @@
 #include "platform/linux/files/calls.h"
 
 #include <climits>
+#include <cstdlib>
 #include <ctime>
 #include <linux/futex.h>
+#include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/syscall.h>
 
 namespace Platform::Seam {
+
+// The name ends in XXXXXX, which is replaced by what nobody has.
+inline int MakeFolderOfNewName(char* name) noexcept
+{
+    return Guarded(-1, [&] { return ::mkdtemp(name) ? 0 : -1; });
+}
+inline int ChangeModeAt(int folder, const char* name, mode_t mode) noexcept
+{
+    return Guarded(-1, [&] { return ::fchmodat(folder, name, mode, 0); });
+}
+// Exclusively, waiting, until it is closed.
+inline int LockFolder(int folder) noexcept
+{
+    return Guarded(-1, [&] { return ::flock(folder, LOCK_EX); });
+}
 
 // Reserves the memory, so that no later access fails for want of it.
 inline int Allocate(int descriptor, off_t size) noexcept

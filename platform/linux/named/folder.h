@@ -5,7 +5,8 @@
 
 namespace Platform {
 
-// Opened once and kept; -1 with the last error if there is none that can be trusted.
+// The same in all processes of the user, as long as nobody removes it; then, and where the process has become
+// another user's, another one. Stays open for ever. -1 with the last error if there is none.
 int NamedFolder() noexcept;
 
 } // namespace Platform

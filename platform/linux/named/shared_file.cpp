@@ -77,30 +77,14 @@ void InitializeMutex(pthread_mutex_t& mutex) noexcept
 
 } // namespace
 
-SharedFile::SharedFile(SharedFile&& other) noexcept
-    : descriptor(std::move(other.descriptor)),
-      object(std::exchange(other.object, nullptr)),
-      mapped(other.mapped)
-{
-}
-
-SharedFile& SharedFile::operator=(SharedFile&& other) noexcept
-{
-    std::swap(descriptor, other.descriptor);
-    std::swap(object, other.object);
-    std::swap(mapped, other.mapped);
-    return *this;
-}
-
 // Whoever gets byte 0 for itself, with byte 1 held, is alone.
 void SharedFile::UnlinkIfAlone() noexcept
 {
     if (!object || !SetLock(descriptor.Get(), making, F_WRLCK, true))
         return;
     const FileName name = NameOf({object->name, object->nameLength});
-    if (SetLock(descriptor.Get(), inUse, F_WRLCK, false)
-        && IsStillNamed(descriptor.Get(), NamedFolder(), name.text))
-        Seam::UnlinkAt(NamedFolder(), name.text, 0);
+    if (SetLock(descriptor.Get(), inUse, F_WRLCK, false) && IsStillNamed(descriptor.Get(), folder, name.text))
+        Seam::UnlinkAt(folder, name.text, 0);
     SetLock(descriptor.Get(), making, F_UNLCK, false);
 }
 
@@ -115,13 +99,13 @@ bool SharedFile::Open(std::u16string_view name, Mode mode, const NewObject& miss
 {
     if (name.size() > nameLimit)
         return Fail(ERROR_FILENAME_EXCED_RANGE);
-    const int folder = NamedFolder();
+    folder = NamedFolder();
     if (folder < 0)
         return false;
     const FileName fileName = NameOf(name);
     for (;;) {
         *made = false;
-        const Outcome outcome = TryOpen(folder, fileName.text, name, mode, missing, made);
+        const Outcome outcome = TryOpen(fileName.text, name, mode, missing, made);
         if (outcome == Outcome::Done)
             return true;
         if (outcome == Outcome::Failed) {
@@ -137,8 +121,8 @@ bool SharedFile::Open(std::u16string_view name, Mode mode, const NewObject& miss
     }
 }
 
-SharedFile::Outcome SharedFile::TryOpen(int folder, const char* fileName, std::u16string_view name, Mode mode,
-    const NewObject& missing, bool* made) noexcept
+SharedFile::Outcome SharedFile::TryOpen(
+    const char* fileName, std::u16string_view name, Mode mode, const NewObject& missing, bool* made) noexcept
 {
     const int creation = mode == Mode::MakeIfMissing ? O_CREAT : 0;
     descriptor = Descriptor(Seam::OpenAt(folder, fileName, O_RDWR | O_NOFOLLOW | creation, 0600));

@@ -11,9 +11,9 @@ namespace Platform {
 class SharedFile {
 public:
     SharedFile() noexcept = default;
-    SharedFile(SharedFile&& other) noexcept;
-    SharedFile& operator=(SharedFile&& other) noexcept;
     ~SharedFile();
+    SharedFile(const SharedFile&) = delete;
+    SharedFile& operator=(const SharedFile&) = delete;
 
     enum class Mode { OpenOnly, MakeIfMissing };
 
@@ -37,11 +37,12 @@ public:
 private:
     enum class Outcome { Done, StartOver, Failed };
 
-    Outcome TryOpen(int folder, const char* fileName, std::u16string_view name, Mode mode,
-        const NewObject& missing, bool* made) noexcept;
+    Outcome TryOpen(const char* fileName, std::u16string_view name, Mode mode, const NewObject& missing,
+        bool* made) noexcept;
     bool Make(std::u16string_view name, const NewObject& missing) noexcept;
     bool Map(std::size_t size) noexcept;
 
+    int folder = -1; // in which the file was made
     Descriptor descriptor;
     SharedObject* object = nullptr;
     std::size_t mapped = 0; // bytes
