@@ -18,7 +18,9 @@ void CurrentThreadFactory::Yield()
 
 FacePtr<Thread> CurrentThreadFactory::CreateThread(const FacePtr<Runnable>& runnable, std::uint32_t)
 {
-    return ThreadImpl::Create(runnable);
+    FacePtr<ThreadImpl> thread;
+    ThreadImpl::Create(runnable, thread);
+    return thread;
 }
 
 // What is replaced goes last, for its destruction may come back here.

@@ -62,6 +62,8 @@ void MultiBlockerImpl::Block()
     StopWaiters(waiters, stopped);
     const Waiter::Settlement settled = firstWaiter->Settle(failure);
     std::int32_t total = settled.interrupts - settled.raised;
+    for (std::size_t i = 1; i < waiters.size(); ++i)
+        total += waiters[i]->CountLeftInterrupts();
     for (const Entry& entry : entries) {
         total += entry.interrupts;
         if (entry.failed && failure.GetLayerCount() == 0)
@@ -119,7 +121,7 @@ void MultiBlockerImpl::RunWaiters(const Waiters& waiters)
 {
     waiters.front()->Initialize();
     for (std::size_t i = 1; i < waiters.size(); ++i)
-        ThreadImpl::Create(waiters[i]);
+        waiters[i]->Start();
     waiters.front()->Run();
     if (!allMode)
         return;

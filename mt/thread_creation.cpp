@@ -30,8 +30,10 @@ ThreadImpl::CreationData::~CreationData()
         Platform::CloseHandle(startedEvent);
 }
 
-FacePtr<Thread> ThreadImpl::Create(const FacePtr<Runnable>& runnable)
+bool ThreadImpl::Create(const FacePtr<Runnable>& runnable, FacePtr<ThreadImpl>& created)
 {
+    if (!runnable)
+        throw Error("thr-null", tag);
     ThreadImpl& creator = Current();
     const FacePtr<ThreadImpl> thread(new Impl<ThreadImpl, Module>);
     const FacePtr<CreationData> creation(new Impl<CreationData, Module>(runnable, creator.locals));
@@ -39,9 +41,11 @@ FacePtr<Thread> ThreadImpl::Create(const FacePtr<Runnable>& runnable)
 
     // The new thread's own reference: it has to be there before that thread can end.
     ThreadImpl* const own = FacePtr<ThreadImpl>(thread).Detach();
+    created = thread;
     if (!Platform::_beginthreadex(&Main, own, &thread->handle)) {
         const std::uint32_t code = Platform::GetLastError();
         own->Release();
+        created = nullptr;
         throw Error("_beginthreadex() err %d", tag, code);
     }
 
@@ -51,13 +55,15 @@ FacePtr<Thread> ThreadImpl::Create(const FacePtr<Runnable>& runnable)
     const std::uint32_t code = Platform::GetLastError();
     if (result == 0) {
         if (creation->error.GetLayerCount() == 0)
-            return thread;
+            return creation->runs;
         thread->Join(true);
         throw Error(creation->error);
     }
     // Interrupted, or without an event to wait for.
-    if (result != 1 && creation->Claim())
+    if (result != 1 && creation->Claim()) {
         thread->Join(false);
+        thread->ClearInterrupt(); // that one came from here
+    }
     if (result == 2)
         creator.CheckInterrupted();
     throw Error("thr-init:res %d:err %d", tag, result, code);
@@ -67,7 +73,6 @@ FacePtr<Thread> ThreadImpl::Create(const FacePtr<Runnable>& runnable)
 bool ThreadImpl::StartUp(Runnable& runnable)
 {
     CreationData& creation = *creationData;
-    bool runs = false;
     try {
         for (const auto& [key, value] : creation.creatorLocals)
             if (const auto observer = value.TryCast<CurrentThread::Notification>())
@@ -76,12 +81,13 @@ bool ThreadImpl::StartUp(Runnable& runnable)
         if (!creation.Claim())
             throw MakeInterrupted();
         CheckInterrupted();
-        runs = true;
+        creation.runs = true;
     } catch (Error& error) {
         if (error.HasCode(Error::interrupted))
             error.Clear();
         creation.error = error;
     }
+    const bool runs = creation.runs;
     if (creation.startedEvent != Platform::NULL_HANDLE)
         Platform::SetEvent(creation.startedEvent);
     creationData = nullptr;

@@ -23,7 +23,10 @@ public:
     const FacePtr<Runnable> runnable;
     const Locals& creatorLocals; // of the creator, which leaves when this is looked at no more
     const Platform::Handle startedEvent; // the start-up is over, well or badly; null for want of memory
-    Error error; // what the start-up has thrown; the new thread's until `startedEvent`
+    // The new thread's until `startedEvent`: what the start-up has thrown, and whether the runnable is to
+    // run.
+    Error error;
+    bool runs = false;
 
 private:
     std::atomic<std::uint32_t> claim{0};

@@ -34,6 +34,20 @@ private:
     const FacePtr<ThreadImpl> thread;
 };
 
+Error BuildInterrupted()
+{
+    Error error;
+    error.AddLayer(Error::interrupted, {}, false);
+    return error;
+}
+
+// Made with the first record, and never destroyed.
+const Error& InterruptedReserve()
+{
+    static const Error& reserve = *new Error(BuildInterrupted());
+    return reserve;
+}
+
 } // namespace
 
 constinit thread_local ThreadImpl* ThreadImpl::current = nullptr;
@@ -42,6 +56,7 @@ ThreadImpl::ThreadImpl() : interruptEvent(Platform::CreateEventW(true, false))
 {
     if (interruptEvent.GetHandle() == Platform::NULL_HANDLE)
         throw std::bad_alloc();
+    InterruptedReserve();
 }
 
 ThreadImpl::~ThreadImpl()
@@ -139,10 +154,10 @@ void ThreadImpl::ClearInterrupt()
 }
 
 Error ThreadImpl::MakeInterrupted()
-{
-    Error error;
-    error.AddLayer(Error::interrupted, {}, false);
-    return error;
+try {
+    return BuildInterrupted();
+} catch (const std::bad_alloc&) {
+    return InterruptedReserve();
 }
 
 FacePtr<InterrupterRegistration> ThreadImpl::Register(const FacePtr<Interrupter>& interrupter)

@@ -27,8 +27,9 @@ public:
 
     // That of the calling thread. One without gets one, and keeps a reference to it until it ends.
     static ThreadImpl& Current() { return current ? *current : Adopt(); }
-    // A new thread; see thread_creation.cpp.
-    static FacePtr<Thread> Create(const FacePtr<Runnable>& runnable);
+    // A new thread, which stands in `created` before it begins to run; see thread_creation.cpp. False if its
+    // start-up was interrupted: then it does not run, and has ended or is about to.
+    static bool Create(const FacePtr<Runnable>& runnable, FacePtr<ThreadImpl>& created);
 
     std::uint32_t GetId() override { return id.load(std::memory_order_relaxed); }
     void Suspend() override;
@@ -36,17 +37,19 @@ public:
     std::int32_t GetPriority() override;
     void SetPriority(std::int32_t priority) override;
     void Interrupt() override;
-    bool IsInterrupted() override { return interruptCount.load(std::memory_order_acquire) > 0; }
+    bool IsInterrupted() override { return GetInterruptCount() > 0; }
     FacePtr<Blocker> GetBlocker() override;
     void Join(bool waitOnly) override;
 
+    std::int32_t GetInterruptCount() const { return interruptCount.load(std::memory_order_acquire); }
     void ClearInterrupt();
     // Throws the interrupt error.
     void CheckInterrupted()
     {
-        if (interruptCount.load(std::memory_order_acquire) > 0)
+        if (IsInterrupted())
             throw MakeInterrupted();
     }
+    // Also without memory: an interrupt does not turn into another exception.
     static Error MakeInterrupted();
     FacePtr<InterrupterRegistration> Register(const FacePtr<Interrupter>& interrupter);
     void PushInterrupter(const FacePtr<Interrupter>& interrupter);

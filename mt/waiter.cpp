@@ -1,5 +1,7 @@
 #include "mt/waiter.h"
 
+#include <algorithm>
+
 namespace Mt {
 
 void Waiter::RaiseStop()
@@ -8,6 +10,12 @@ void Waiter::RaiseStop()
         thread->Interrupt();
         ++stopInterrupts;
     } while (!thread->IsInterrupted());
+}
+
+void Waiter::Start()
+{
+    if (!ThreadImpl::Create(FacePtr<Runnable>(this), thread))
+        throw ThreadImpl::MakeInterrupted();
 }
 
 void Waiter::Initialize()
@@ -60,6 +68,12 @@ Waiter::Settlement Waiter::Settle(Error& error)
         settled.raised = stopInterrupts;
     }
     return settled;
+}
+
+std::int32_t Waiter::CountLeftInterrupts()
+{
+    const SectionLock section(lock);
+    return thread ? std::max(0, thread->GetInterruptCount() - stopInterrupts) : 0;
 }
 
 } // namespace Mt

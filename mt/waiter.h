@@ -19,6 +19,9 @@ namespace Mt {
 
 class Waiter : public Face<Runnable> {
 public:
+    // A thread of its own for the strand, which has begun when this returns. Throws the interrupt error where
+    // the start was interrupted, by whomever.
+    void Start();
     // Notes the thread; one that was stopped before it had come is stopped here.
     void Initialize() override;
 
@@ -35,6 +38,9 @@ public:
     };
     // On the strand's thread. Clears the error if it is only that of the stop.
     Settlement Settle(Error& error);
+    // Behind the end of the strand's own thread: interrupts from outside that came before Settle could take
+    // them, or after it had.
+    std::int32_t CountLeftInterrupts();
 
 protected:
     Waiter(bool forAll, ThreadImpl& caller) noexcept : allMode(forAll), owner(&caller) { }
@@ -47,7 +53,7 @@ private:
     bool stopRequested = false;
     bool finished = false;
     std::int32_t stopInterrupts = 0; // what the stop has raised
-    FacePtr<ThreadImpl> thread; // null until Initialize
+    FacePtr<ThreadImpl> thread; // null until it starts, or until Initialize
     const FacePtr<ThreadImpl> owner; // the thread that called Block
 };
 

@@ -2,6 +2,7 @@
 // left.
 #include "platform/messages.h"
 #include "platform/waits.h"
+#include "tests/allocation_plan.h"
 #include "tests/mt/mt_objects.h"
 
 #include <new>
@@ -183,6 +184,13 @@ TEST_F(MultiBlocker, PassesOnTheInterruptsOfItsMembers)
     // Of which one is not met by the interrupt that it clears itself.
     const auto cleared = Blocking([] { InterruptSelf(), Mt::CurrentThread()->ClearInterrupt(); });
     Any({AutoEvent(), cleared})->Block();
+    // One that comes while the thread starts; its member would never be waited for.
+    Mt::CurrentThread()->SetLocal(u"TID_Test::Early", Observing([] { InterruptSelf(2); }, [] {}));
+    for (const auto& composite : {Any({AutoEvent(), interrupted}), All({AutoEvent(), interrupted})}) {
+        EXPECT_EQ(Thrown([&] { composite->Block(); }), "interrupted");
+        EXPECT_EQ(DrainInterrupts(), 2);
+    }
+    Mt::CurrentThread()->SetLocal(u"TID_Test::Early", nullptr);
 }
 
 TEST_F(MultiBlocker, ThrowsTheFirstFailureOfAMemberBehindTheInterrupt)
@@ -206,6 +214,17 @@ TEST_F(MultiBlocker, ThrowsTheFirstFailureOfAMemberBehindTheInterrupt)
 
 TEST_F(MultiBlocker, LeavesNoThreadBehindAnExceptionThatIsNoError)
 {
+    const auto strands = Any({SetEvent(ManualEvent()), Timer(0xFFFFFFFF), Timer(0xFFFFFFFF)});
+    bool isOver = false;
+    for (unsigned n = 1; !isOver; ++n) {
+        AllocationPlan::FailNth(n);
+        try {
+            isOver = Thrown([&] { strands->Block(); }).empty() && AllocationPlan::Count() < n;
+        } catch (const std::bad_alloc&) {
+            EXPECT_FALSE(Mt::CurrentThread()->GetThread()->IsInterrupted()) << n;
+        }
+        AllocationPlan::FailNth(0);
+    }
     const auto foreign = Blocking([] { throw std::bad_alloc(); });
     EXPECT_THROW(
         Any({foreign, Blocking([] { Mt::Sleep(0xFFFFFFFF); }), AutoEvent()})->Block(), std::bad_alloc);

@@ -20,6 +20,7 @@ TEST(Creation, FailsWithWhatInitializeThrows)
     EXPECT_FALSE(hasRun);
     Await([=] { return CountThreads() == before; });
     EXPECT_EQ(Thrown([] { Start([] { throw Error("nobody hears", "test"); })->Join(true); }), "");
+    EXPECT_EQ(Thrown([] { Mt::CurrentThread()->CreateThread(nullptr, 0); }), "tessel/mt: thr-null");
 }
 
 TEST(Creation, GivesAnEndedThreadIfInitializeWasInterrupted)

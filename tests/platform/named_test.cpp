@@ -232,6 +232,7 @@ TEST(NamedObject, LiesInOneFolderThatNobodyElseCanTake)
     std::ofstream(foreign[2]).put('?');
     for (int round = 0; round < 5; ++round) {
         std::vector<ChildProcess> users;
+        users.reserve(6);
         for (int i = 0; i < 6; ++i)
             users.push_back(uses.Start(static_cast<int>(GetTickCount64()) + 25 - 3 * i));
         for (ChildProcess& user : users)

@@ -32,7 +32,8 @@ struct CurrentThreadImpl : Face<> {
     // Starts a thread, and returns when the runnable has been initialised there. Throws what Initialize
     // throws, when that thread has ended; if Initialize was interrupted, the thread that is returned has
     // ended. An interrupt of the caller interrupts Initialize as well, and is thrown when that thread has
-    // ended or has gone on to Run. Throws "_beginthreadex() err %d". `reserved` is ignored.
+    // ended or has gone on to Run. Throws "_beginthreadex() err %d" and, for null, "thr-null", tag
+    // "tessel/mt". `reserved` is ignored.
     virtual FacePtr<Thread> CreateThread(const FacePtr<Runnable>& runnable, std::uint32_t reserved) = 0;
 
     // A face under a key of the thread's own; keys are called "TID_" and a qualified name. Null erases it.
