@@ -17,6 +17,7 @@
 // Names are made of two or three words and a number, as settings have them, in random order, from a fixed
 // seed. Of the values two fifths are numbers, two fifths texts of 4 to 40 letters, the rest bytes and
 // handles.
+#include "sqlite_table.h"
 #include <tessel/base/memory_properties.h>
 #include <tessel/base/persistent_properties.h>
 #include <tessel/base/utf8.h>
@@ -32,10 +33,8 @@
 #include <nlohmann/json.hpp>
 #include <QDataStream>
 #include <QVariantMap>
-#include <sqlite3.h>
 
 #include <atomic>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
@@ -67,14 +66,6 @@ void load(Archive& archive, std::u16string& text, unsigned)
 } // namespace boost::serialization
 
 namespace {
-
-void Require(bool holds, const char* what)
-{
-    if (holds)
-        return;
-    std::fprintf(stderr, "%s\n", what);
-    std::abort();
-}
 
 // ---- What everybody stores
 
@@ -583,80 +574,38 @@ public:
     std::string path;
 };
 
-class Database {
+class Database : public SqliteTable {
 public:
-    explicit Database(const std::string& path)
-    {
-        Require(sqlite3_open(path.c_str(), &connection) == SQLITE_OK, "no database");
-        Run("PRAGMA journal_mode=WAL");
-        Run("PRAGMA synchronous=NORMAL");
-        Run("CREATE TABLE IF NOT EXISTS bag(name TEXT COLLATE NOCASE PRIMARY KEY, type INTEGER, value) "
-            "WITHOUT ROWID");
-        set = Prepare("INSERT OR REPLACE INTO bag VALUES(?1, ?2, ?3)");
-        get = Prepare("SELECT type, value FROM bag WHERE name = ?1");
-    }
-    ~Database()
-    {
-        sqlite3_finalize(set);
-        sqlite3_finalize(get);
-        sqlite3_close(connection);
-    }
-    Database(const Database&) = delete;
-    Database& operator=(const Database&) = delete;
-
-    void Run(const char* sql)
-    {
-        Require(sqlite3_exec(connection, sql, nullptr, nullptr, nullptr) == SQLITE_OK, sql);
-    }
+    using SqliteTable::SqliteTable;
 
     void SetNumber(const std::u16string& name, std::uint32_t number)
     {
-        sqlite3_bind_text16(set, 1, name.data(), static_cast<int>(name.size() * 2), SQLITE_STATIC);
-        sqlite3_bind_int(set, 2, 1);
-        sqlite3_bind_int64(set, 3, number);
-        Require(sqlite3_step(set) == SQLITE_DONE, "not set");
-        sqlite3_reset(set);
+        Set(name, numberType,
+            [number](sqlite3_stmt* statement, int at) { sqlite3_bind_int64(statement, at, number); });
     }
     void SetText(const std::u16string& name, const std::u16string& text)
     {
-        sqlite3_bind_text16(set, 1, name.data(), static_cast<int>(name.size() * 2), SQLITE_STATIC);
-        sqlite3_bind_int(set, 2, 2);
-        sqlite3_bind_text16(set, 3, text.data(), static_cast<int>(text.size() * 2), SQLITE_STATIC);
-        Require(sqlite3_step(set) == SQLITE_DONE, "not set");
-        sqlite3_reset(set);
+        Set(name, textType, [&text](sqlite3_stmt* statement, int at) {
+            sqlite3_bind_text16(statement, at, text.data(), static_cast<int>(text.size() * 2), SQLITE_STATIC);
+        });
     }
     std::uint32_t GetNumber(const std::u16string& name)
     {
-        Seek(name, 1);
-        const auto number = static_cast<std::uint32_t>(sqlite3_column_int64(get, 1));
-        sqlite3_reset(get);
-        return number;
+        return Get(name, numberType, [](sqlite3_stmt* statement, int at) {
+            return static_cast<std::uint32_t>(sqlite3_column_int64(statement, at));
+        });
     }
     std::u16string GetText(const std::u16string& name)
     {
-        Seek(name, 2);
-        const auto* const text = static_cast<const char16_t*>(sqlite3_column_text16(get, 1));
-        std::u16string result(text, static_cast<std::size_t>(sqlite3_column_bytes16(get, 1)) / 2);
-        sqlite3_reset(get);
-        return result;
+        return Get(name, textType, [](sqlite3_stmt* statement, int at) {
+            const auto* const text = static_cast<const char16_t*>(sqlite3_column_text16(statement, at));
+            return std::u16string(text, static_cast<std::size_t>(sqlite3_column_bytes16(statement, at)) / 2);
+        });
     }
 
 private:
-    sqlite3_stmt* Prepare(const char* sql)
-    {
-        sqlite3_stmt* statement = nullptr;
-        Require(sqlite3_prepare_v2(connection, sql, -1, &statement, nullptr) == SQLITE_OK, sql);
-        return statement;
-    }
-    void Seek(const std::u16string& name, int type)
-    {
-        sqlite3_bind_text16(get, 1, name.data(), static_cast<int>(name.size() * 2), SQLITE_STATIC);
-        Require(sqlite3_step(get) == SQLITE_ROW && sqlite3_column_int(get, 0) == type, "not there");
-    }
-
-    sqlite3* connection = nullptr;
-    sqlite3_stmt* set = nullptr;
-    sqlite3_stmt* get = nullptr;
+    static constexpr int numberType = 1;
+    static constexpr int textType = 2;
 };
 
 // Both stores with the same content.

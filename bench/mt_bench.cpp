@@ -9,6 +9,7 @@
 //                                              std::threads started and joined
 //   BM_CreateJoin/one/<ours|std_thread>        a thread with its handshake, started and joined
 //   BM_CheckInterrupted/one/<ours|thread_local> the thread asked for its interrupts, a thread_local read
+#include "require.h"
 #include "two_threads.h"
 
 #include <tessel/module.h>
@@ -16,7 +17,6 @@
 
 #include <benchmark/benchmark.h>
 #include <condition_variable>
-#include <cstdio>
 #include <mutex>
 #include <poll.h>
 #include <semaphore>
@@ -28,14 +28,6 @@
 namespace {
 
 using Event = FacePtr<Mt::EventBasedBlocker>;
-
-void Require(bool holds, const char* what)
-{
-    if (!holds) {
-        std::fprintf(stderr, "mt_bench: %s\n", what);
-        std::abort();
-    }
-}
 
 Event MakeEvent()
 {

@@ -11,6 +11,7 @@
 //                                               not a time: how much more two threads get done than one, as
 //                                               the counter "ratio"; malloc is malloc and free of as many
 //                                               bytes
+#include "require.h"
 #include <tessel/object/class_factory.h>
 #include <tessel/tessel.h>
 
@@ -20,7 +21,6 @@
 #include <array>
 #include <atomic>
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -28,14 +28,6 @@
 #include <vector>
 
 namespace {
-
-void Require(bool holds, const char* what)
-{
-    if (!holds) {
-        std::fprintf(stderr, "object_bench: %s\n", what);
-        std::abort();
-    }
-}
 
 // ---- One interface, and six
 

@@ -11,12 +11,11 @@
 // SQLite is one table without row numbers and a prepared statement for each operation, in WAL mode with
 // synchronous NORMAL; like ours, a set there outlives the process and not a cut of the power.
 #include "platform/registry.h"
+#include "sqlite_table.h"
 
 #include <benchmark/benchmark.h>
-#include <sqlite3.h>
 
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -33,14 +32,6 @@ namespace {
 constexpr unsigned valueBytes = 24;
 constexpr unsigned fewNames = 100;
 constexpr unsigned manyNames = 10'000;
-
-void Require(bool holds, const char* what)
-{
-    if (!holds) {
-        std::fprintf(stderr, "registry_bench: %s\n", what);
-        std::abort();
-    }
-}
 
 // On the disk of the working folder, not in memory.
 struct Folder {
@@ -97,61 +88,30 @@ private:
     Handle key = NULL_HANDLE;
 };
 
-class Database {
+class Database : public SqliteTable {
 public:
-    explicit Database(const std::string& path)
-    {
-        Require(sqlite3_open(path.c_str(), &connection) == SQLITE_OK, "no database");
-        Run("PRAGMA journal_mode=WAL");
-        Run("PRAGMA synchronous=NORMAL");
-        Run("CREATE TABLE bag(name TEXT COLLATE NOCASE PRIMARY KEY, type INTEGER, value) WITHOUT ROWID");
-        set = Prepare("INSERT OR REPLACE INTO bag VALUES(?1, ?2, ?3)");
-        get = Prepare("SELECT type, value FROM bag WHERE name = ?1");
-    }
-    ~Database()
-    {
-        sqlite3_finalize(set);
-        sqlite3_finalize(get);
-        sqlite3_close(connection);
-    }
-    Database(const Database&) = delete;
-    Database& operator=(const Database&) = delete;
+    using SqliteTable::SqliteTable;
 
-    void Run(const char* sql)
-    {
-        Require(sqlite3_exec(connection, sql, nullptr, nullptr, nullptr) == SQLITE_OK, sql);
-    }
     void Set(const std::u16string& name, std::uint64_t number)
     {
         char bytes[valueBytes] = {};
         std::memcpy(bytes, &number, sizeof number);
-        sqlite3_bind_text16(set, 1, name.data(), static_cast<int>(name.size() * 2), SQLITE_STATIC);
-        sqlite3_bind_int(set, 2, static_cast<int>(REG_BINARY));
-        sqlite3_bind_blob(set, 3, bytes, sizeof bytes, SQLITE_STATIC);
-        Require(sqlite3_step(set) == SQLITE_DONE, "not set");
-        sqlite3_reset(set);
+        SqliteTable::Set(name, type, [&bytes](sqlite3_stmt* statement, int at) {
+            sqlite3_bind_blob(statement, at, bytes, sizeof bytes, SQLITE_STATIC);
+        });
     }
     std::uint64_t Get(const std::u16string& name)
     {
-        sqlite3_bind_text16(get, 1, name.data(), static_cast<int>(name.size() * 2), SQLITE_STATIC);
-        Require(sqlite3_step(get) == SQLITE_ROW && sqlite3_column_bytes(get, 1) == valueBytes, "not there");
-        std::uint64_t number = 0;
-        std::memcpy(&number, sqlite3_column_blob(get, 1), sizeof number);
-        sqlite3_reset(get);
-        return number;
+        return SqliteTable::Get(name, type, [](sqlite3_stmt* statement, int at) {
+            Require(sqlite3_column_bytes(statement, at) == valueBytes, "not as it was set");
+            std::uint64_t number = 0;
+            std::memcpy(&number, sqlite3_column_blob(statement, at), sizeof number);
+            return number;
+        });
     }
 
 private:
-    sqlite3_stmt* Prepare(const char* sql)
-    {
-        sqlite3_stmt* statement = nullptr;
-        Require(sqlite3_prepare_v2(connection, sql, -1, &statement, nullptr) == SQLITE_OK, sql);
-        return statement;
-    }
-
-    sqlite3* connection = nullptr;
-    sqlite3_stmt* set = nullptr;
-    sqlite3_stmt* get = nullptr;
+    static constexpr int type = static_cast<int>(REG_BINARY);
 };
 
 // The same names and numbers on both sides; made when a figure first asks for them.

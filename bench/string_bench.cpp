@@ -6,11 +6,10 @@
 //   BM_TextBuilder/linear/<ours|short>    4 million characters as one text, beside four texts of one
 //                                         million, none of which fits in a cache
 #include "base/text_builder.h"
+#include "require.h"
 
 #include <benchmark/benchmark.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <malloc.h>
 #include <string>
@@ -19,14 +18,6 @@ namespace {
 
 constexpr const char16_t* piece = u"sixteen letters.";
 constexpr std::size_t pieceLength = 16;
-
-void Require(bool holds, const char* what)
-{
-    if (!holds) {
-        std::fprintf(stderr, "string_bench: %s\n", what);
-        std::abort();
-    }
-}
 
 // A text that has room for one more piece, so that nothing but the append is measured.
 WideString WithRoom(std::size_t units)
