@@ -18,9 +18,7 @@ void CurrentThreadFactory::Yield()
 
 FacePtr<Thread> CurrentThreadFactory::CreateThread(const FacePtr<Runnable>& runnable, std::uint32_t)
 {
-    FacePtr<ThreadImpl> thread;
-    ThreadImpl::Create(runnable, thread);
-    return thread;
+    return ThreadImpl::Create(runnable);
 }
 
 // What is replaced goes last, for its destruction may come back here.

@@ -30,6 +30,12 @@ public:
     // A new thread, which stands in `created` before it begins to run; see thread_creation.cpp. False if its
     // start-up was interrupted: then it does not run, and has ended or is about to.
     static bool Create(const FacePtr<Runnable>& runnable, FacePtr<ThreadImpl>& created);
+    static FacePtr<ThreadImpl> Create(const FacePtr<Runnable>& runnable)
+    {
+        FacePtr<ThreadImpl> created;
+        Create(runnable, created);
+        return created;
+    }
 
     std::uint32_t GetId() override { return id.load(std::memory_order_relaxed); }
     void Suspend() override;

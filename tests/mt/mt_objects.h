@@ -77,7 +77,7 @@ inline FacePtr<Mt::EventBasedBlocker> AutoEvent()
 }
 inline FacePtr<Mt::TimeBasedBlocker> Timer(std::uint32_t milliseconds)
 {
-    const FacePtr<Mt::TimeBasedBlocker> timer{Clsid(Mt::timeBasedBlockerClass)};
+    FacePtr<Mt::TimeBasedBlocker> timer{Clsid(Mt::timeBasedBlockerClass)};
     timer->SetTimeout(milliseconds);
     return timer;
 }

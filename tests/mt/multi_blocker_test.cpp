@@ -24,7 +24,7 @@ protected:
 
     static FacePtr<Mt::MultiBlocker> Make(const char16_t* clsid, const Members& members)
     {
-        const FacePtr<Mt::MultiBlocker> made{Clsid(clsid)};
+        FacePtr<Mt::MultiBlocker> made{Clsid(clsid)};
         for (const FacePtr<Mt::Blocker>& member : members)
             made->Add(member);
         return made;
