@@ -7,6 +7,7 @@
 #include "mt/event_factory.h"
 #include "mt/multi_blocker_factory.h"
 #include "mt/timer_factory.h"
+#include "nls/factory_impl.h"
 #include "object/library_factory.h"
 #include "win32/message_monitor_factory.h"
 #include "win32/mutex_factory.h"
@@ -22,6 +23,7 @@ const Object::FactoryRegistration registrations[] = {
     Object::FactoryRegistration::Of<Mt::CurrentThreadFactory>("mt"),
     Object::FactoryRegistration::Of<Mt::MultiBlockerFactory>("mt"),
     Object::FactoryRegistration::Of<Mt::EventFactory>("mt"),
+    Object::FactoryRegistration::Of<Nls::FactoryImpl>("nls"),
     Object::FactoryRegistration::Of<Io::Memory::BufferFactory>("memory"),
     Object::FactoryRegistration::Of<Io::Memory::MemoryFactory>("memory"),
     Object::FactoryRegistration::Of<Io::Fs::PathFactoryImpl>("fs"),
