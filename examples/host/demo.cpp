@@ -1,6 +1,8 @@
 // A host: starts the system, makes objects of classes that other people's modules offer, and lets the
 // modules go again. Each line that begins with "+" was checked.
+#include "host/class_table.h"
 #include "host/files_copy.h"
+#include "host/languages.h"
 #include "host/memory_map.h"
 #include "host/narrator.h"
 #include "host/settings.h"
@@ -52,23 +54,6 @@ void StartSystem(bool scanned)
     const std::string cache{std::istreambuf_iterator<char>(file), {}};
     Claim(cache.find("{lamps.dll|") != cache.npos && cache.find("{notes.dll|") != cache.npos,
         "autoreg.dat holds what the scan found.");
-}
-
-void ListClasses()
-{
-    Chapter("Every class, and who serves it:");
-    const FacePtr<Object::Manager> manager(Object::managerClass);
-    for (const Object::ClassInfo& described : manager->FindClasses({}, {})) {
-        const FacePtr<Object::Library> library = Object::FindLibrary(described.clsid);
-        std::string server = "the library itself";
-        if (library) {
-            const std::string path = Narrow(library->GetPath());
-            server = path.substr(path.rfind('\\') + 1);
-        }
-        Say(Narrow(described.clsid) + "  -  " + server);
-    }
-    Claim(manager->IsRegistered(Lamps::deskLampClass) && manager->IsRegistered(Shop::tillClass),
-        "The classes of both modules are among them.");
 }
 
 void UseLamp()
@@ -152,6 +137,7 @@ void Run(bool scanned)
     DropModules(CatchFailure());
     ShowWaits();
     ShareMutex();
+    SpeakLanguages();
 }
 
 } // namespace
