@@ -40,9 +40,9 @@ FacePtr<Language> FactoryImpl::GetCurrent()
 {
     const bool threads = HasThreadService();
     if (threads)
-        if (const auto current = Mt::CurrentThread()->GetLocal(LanguageKey()).Cast<Language>("nls"))
+        if (auto current = Mt::CurrentThread()->GetLocal(LanguageKey()).Cast<Language>("nls"))
             return current;
-    const FacePtr<Language> resolved = MakeFace<Impl<LanguageImpl, Module>>(0U)->Select({});
+    FacePtr<Language> resolved = MakeFace<Impl<LanguageImpl, Module>>(0U)->Select({});
     if (threads)
         resolved->Activate();
     return resolved;
