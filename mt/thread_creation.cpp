@@ -54,10 +54,10 @@ bool ThreadImpl::Create(const FacePtr<Runnable>& runnable, FacePtr<ThreadImpl>& 
     const std::uint32_t result = Platform::WaitForMultipleObjects(3, handles, Platform::INFINITE);
     const std::uint32_t code = Platform::GetLastError();
     if (result == 0) {
-        if (creation->error.GetLayerCount() == 0)
+        if (!creation->failure)
             return creation->runs;
         thread->Join(true);
-        throw Error(creation->error);
+        std::rethrow_exception(creation->failure);
     }
     // Interrupted, or without an event to wait for.
     if (result != 1 && creation->Claim()) {
@@ -82,10 +82,11 @@ bool ThreadImpl::StartUp(Runnable& runnable)
             throw MakeInterrupted();
         CheckInterrupted();
         creation.runs = true;
-    } catch (Error& error) {
-        if (error.HasCode(Error::interrupted))
-            error.Clear();
-        creation.error = error;
+    } catch (const Error& error) {
+        if (error.GetLayerCount() != 0 && !error.HasCode(Error::interrupted))
+            creation.failure = std::current_exception();
+    } catch (...) {
+        creation.failure = std::current_exception();
     }
     const bool runs = creation.runs;
     if (creation.startedEvent != Platform::NULL_HANDLE)

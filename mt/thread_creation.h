@@ -2,7 +2,8 @@
 #pragma once
 
 #include "mt/thread_impl.h"
-#include <tessel/base/error.h>
+
+#include <exception>
 
 namespace Mt {
 
@@ -25,7 +26,7 @@ public:
     const Platform::Handle startedEvent; // the start-up is over, well or badly; null for want of memory
     // The new thread's until `startedEvent`: what the start-up has thrown, and whether the runnable is to
     // run.
-    Error error;
+    std::exception_ptr failure;
     bool runs = false;
 
 private:

@@ -88,7 +88,12 @@ void ThreadImpl::OnThreadEnd(bool)
 // of reviving a dying record.
 void ThreadImpl::EndCurrent()
 {
-    const Locals observers = current->locals; // they may change the store
+    Locals observers; // a copy, for they may change the store
+    try {
+        observers = current->locals;
+    } catch (const std::bad_alloc&) {
+        observers.swap(current->locals); // so they find it empty, and no thread ends the process for this
+    }
     for (const auto& [key, value] : observers)
         try {
             if (const auto observer = value.TryCast<CurrentThread::Notification>())
