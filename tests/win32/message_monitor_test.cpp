@@ -57,6 +57,19 @@ std::uint32_t NextSlot()
     return static_cast<std::uint32_t>(next);
 }
 
+// The monitor is kept by what is destroyed at the end of the process, while messages arrive.
+[[noreturn]] void ExitWithAMonitor()
+{
+    TesselInitialize();
+    static const Monitor kept{Clsid(Win32::messageMonitorClass)};
+    static const Watcher watcher = Watching([] { Mt::CurrentThread()->Yield(); });
+    kept->AddObserver(number, watcher);
+    std::thread([window = WindowOf(kept)] {
+        while (Post(window) || Platform::GetLastError() == Platform::ERROR_NOT_ENOUGH_QUOTA) { }
+    }).detach();
+    std::exit(0);
+}
+
 // The library is started for the whole program beside the mutexes (mutex_test.cpp).
 //
 // Nothing is left of a test: no thread, no window, not the class, no handle.
@@ -99,7 +112,7 @@ TEST_F(MessageMonitor, TellsLivingObserversInTheOrderOfAdding)
         if (dying)
             monitor->AddObserver(number, late);
     });
-    const Watcher ending = Watching([&] { done->Set(); });
+    const Watcher ending = Watching([done] { done->Set(); });
     for (const Watcher& watcher : {failing, dying, adding})
         monitor->AddObserver(number, watcher);
     monitor->AddObserver(number + 1, Watching([] { FAIL() << "it has died at once"; }));
@@ -113,9 +126,9 @@ TEST_F(MessageMonitor, MakesOneWindowForManyFirstUsers)
 {
     for (int round = 0; round < 50; ++round) {
         std::vector<Monitor> got(6);
-        std::vector<FacePtr<Mt::Thread>> users;
-        for (Monitor& monitor : got)
-            users.push_back(Start([&] { monitor = Get(); }));
+        std::vector<FacePtr<Mt::Thread>> users(got.size());
+        for (std::size_t i = 0; i < got.size(); ++i)
+            users[i] = Start([&, i] { got[i] = Get(); });
         for (const auto& user : users)
             user->Join(true);
         for (const Monitor& monitor : got)
@@ -191,20 +204,8 @@ TEST_F(MessageMonitor, ThatCannotStartLeavesNothing)
     EXPECT_TRUE(Post(WindowOf(Get())));
 }
 
-// Kept by what is destroyed at the end of the process, while messages arrive.
 TEST(MessageMonitorDeathTest, LivesUntilTheProcessEnds)
 {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
-    EXPECT_EXIT(
-        {
-            TesselInitialize();
-            static Monitor kept(Clsid(Win32::messageMonitorClass));
-            static const Watcher observer = Watching([] { Mt::CurrentThread()->Yield(); });
-            kept->AddObserver(number, observer);
-            std::thread([window = WindowOf(kept)] {
-                while (Post(window) || Platform::GetLastError() == Platform::ERROR_NOT_ENOUGH_QUOTA) { }
-            }).detach();
-            std::exit(0);
-        },
-        testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(ExitWithAMonitor(), testing::ExitedWithCode(0), "");
 }

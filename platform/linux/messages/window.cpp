@@ -64,15 +64,9 @@ ATOM FreeAtom(const std::map<ATOM, WindowClass>& classes) noexcept
     return atom;
 }
 
-// Behind the list, so that a broadcast finds no window that is gone; and behind the handle, so that whoever
-// has still found the window posts before its messages are dropped, or is refused.
-void End(ObjectRef<Window> window) noexcept
-{
-    CloseHandleOfKind(window->handle, ObjectKind::Window);
-    window->queue->Forget(*window);
-}
-
-// Takes windows off the list, by the thread that owns them, and ends them.
+// Ends windows, on the thread that owns them. First they leave the list, so that a broadcast meets none that
+// is gone; then the handle goes, and whoever has found the window by it before posts before its messages are
+// dropped, or is refused.
 template <class Condition>
 void EndWhere(Condition isMeant) noexcept
 {
@@ -89,7 +83,8 @@ void EndWhere(Condition isMeant) noexcept
             ending = std::move(*found);
             desktop.windows.erase(found);
         }
-        End(std::move(ending));
+        CloseHandleOfKind(ending->handle, ObjectKind::Window);
+        ending->queue->Forget(*ending);
     }
 }
 
