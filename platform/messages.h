@@ -15,7 +15,7 @@ struct MSG {
     std::uint32_t message;
     std::uint64_t wParam;
     std::int64_t lParam;
-    std::uint32_t time; // GetTickCount64 when it was posted, cut to 32 bits
+    std::uint32_t time; // GetCoarseTickCount64 when it was posted, cut to 32 bits
     std::int32_t x; // of the cursor: there is none, so always 0
     std::int32_t y;
 };

@@ -36,11 +36,11 @@ bool Fits(const MSG& message, HWND window, std::uint32_t lowest, std::uint32_t h
 
 } // namespace
 
-ThreadQueue* ThreadQueue::Current() noexcept
+ThreadQueue* ThreadQueue::MakeCurrent() noexcept
 try {
     Waiter* const waiter = CurrentWaiter();
-    if (!waiter || waiter->queue)
-        return waiter ? waiter->queue : nullptr;
+    if (!waiter)
+        return nullptr;
     ObjectRef<ThreadQueue> made = ObjectRef<ThreadQueue>::Adopt(new ThreadQueue);
     made->thread = GetCurrentThreadId();
     const std::lock_guard guard(Queues().lock);
@@ -73,16 +73,24 @@ void ThreadQueue::End() noexcept
 
 bool ThreadQueue::Post(const MSG& message, const Window* window) noexcept
 try {
-    const std::lock_guard guard(lock);
-    if (window && window->isGone)
-        return Fail(ERROR_INVALID_WINDOW_HANDLE);
-    if (messages.size() == messageLimit)
-        return Fail(ERROR_NOT_ENOUGH_QUOTA);
-    messages.push_back(message);
-    Signal();
+    {
+        const std::lock_guard guard(lock);
+        if (window && window->isGone)
+            return Fail(ERROR_INVALID_WINDOW_HANDLE);
+        if (messages.size() == messageLimit)
+            return Fail(ERROR_NOT_ENOUGH_QUOTA);
+        messages.push_back(message);
+    }
+    Signal(); // not under the lock, which is the first thing that who is woken wants
     return true;
 } catch (const std::bad_alloc&) {
     return Fail(ERROR_NOT_ENOUGH_MEMORY);
+}
+
+bool ThreadQueue::HasMessages() noexcept
+{
+    const std::lock_guard guard(lock);
+    return !messages.empty();
 }
 
 bool ThreadQueue::Fetch(
@@ -93,14 +101,16 @@ bool ThreadQueue::Fetch(
     const std::lock_guard guard(lock);
     const auto found = std::ranges::find_if(
         messages, [=](const MSG& queued) { return Fits(queued, window, lowest, highest); });
-    if (found == messages.end())
-        return false;
-    *message = *found;
-    if (remove)
+    const bool isFound = found != messages.end();
+    if (isFound)
+        *message = *found;
+    if (isFound && remove && found == messages.begin())
+        messages.pop_front();
+    else if (isFound && remove)
         messages.erase(found);
     if (messages.empty())
         Unsignal();
-    return true;
+    return isFound;
 }
 
 void ThreadQueue::Forget(Window& window) noexcept
@@ -115,9 +125,9 @@ void ThreadQueue::Forget(Window& window) noexcept
 std::uint32_t GetQueueStatus(std::uint32_t flags) noexcept
 {
     const Inside inside;
-    const ThreadQueue* const queue = ThreadQueue::Current();
+    ThreadQueue* const queue = ThreadQueue::Current();
     const std::uint32_t status = flags & 0xFFFF;
-    return queue && queue->IsSignalled() ? status << 16 | status : 0;
+    return queue && queue->HasMessages() ? status << 16 | status : 0;
 }
 
 bool PeekMessageW(
@@ -136,7 +146,8 @@ bool PostThreadMessageW(
     if (!queue)
         return Fail(ERROR_INVALID_THREAD_ID);
     return queue->Post(
-        {NULL_HANDLE, message, wParam, lParam, static_cast<std::uint32_t>(GetTickCount64()), 0, 0}, nullptr);
+        {NULL_HANDLE, message, wParam, lParam, static_cast<std::uint32_t>(GetCoarseTickCount64()), 0, 0},
+        nullptr);
 }
 
 } // namespace Platform

@@ -90,7 +90,7 @@ void EndWhere(Condition isMeant) noexcept
 
 std::uint32_t Now() noexcept
 {
-    return static_cast<std::uint32_t>(GetTickCount64());
+    return static_cast<std::uint32_t>(GetCoarseTickCount64());
 }
 
 bool Broadcast(MSG message) noexcept
