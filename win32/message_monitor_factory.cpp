@@ -8,29 +8,26 @@
 
 namespace Win32 {
 
-// The window is there when Create returns. It may be there, too, when that throws: an interrupt of this
-// thread that comes too late for the new one throws here, and the new one runs all the same.
+// The window is there when Create returns. Where that throws the new thread may run all the same, for an
+// interrupt of this one can come too late for it: `thread` is set, and the destructor ends it.
 void MessageMonitorImpl::OnFirstReference()
 {
     const FacePtr<WindowThread> work(new Impl<WindowThread, Module>(FacePtr<MessageMonitorImpl>(this)));
-    try {
-        thread = Mt::ThreadImpl::Create(work);
-    } catch (...) {
-        window = work->GetWindow();
-        throw;
-    }
+    if (!Mt::ThreadImpl::Create(work, thread))
+        throw Mt::ThreadImpl::MakeInterrupted();
     window = work->GetWindow();
 }
 
-// The window thread finds its weak reference dead from here on, and leaves when it wakes. Where it cannot be
-// joined, for it is this thread or unknown, it only has to find a message; if one cannot be posted, its queue
-// is full of others, or it has left.
+// The window thread finds its weak reference dead from here on, and leaves when it wakes. If it is this one,
+// it only has to find a message; where none can be posted, its queue is full of others.
 MessageMonitorImpl::~MessageMonitorImpl()
 {
-    if (thread && thread.Get() != &Mt::ThreadImpl::Current())
-        thread->Join(false);
-    else if (window != Platform::NULL_HANDLE)
+    if (!thread)
+        return;
+    if (thread.Get() == &Mt::ThreadImpl::Current())
         Platform::PostMessageW(window, Platform::WM_NULL, 0, 0);
+    else
+        thread->Join(false);
 }
 
 void MessageMonitorImpl::AddObserver(std::uint32_t message, const FacePtr<Observer>& observer)

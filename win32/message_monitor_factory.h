@@ -9,7 +9,7 @@
 #include <vector>
 
 namespace Mt {
-struct Thread;
+class ThreadImpl;
 }
 
 namespace Win32 {
@@ -32,7 +32,7 @@ public:
     std::vector<FacePtr<Observer>> GetObservers(std::uint32_t message);
 
 private:
-    FacePtr<Mt::Thread> thread; // null if the start has failed
+    FacePtr<Mt::ThreadImpl> thread; // null if it could not be made
     Platform::HWND window = Platform::NULL_HANDLE;
     WeakMultiMap<std::uint32_t, Observer> observers; // by the number of their messages
 };

@@ -27,8 +27,8 @@ public:
         return atom;
     }
 
-    // Behind the end of the caller's window. A thread that was interrupted before it ran may not have ended
-    // its window yet: then the class stays for the next one.
+    // Behind the end of the caller's window; but a thread that was interrupted before it ran may still be
+    // about to end it, and then the class stays for the next one.
     void GiveBack() noexcept
     {
         const SectionLock lock(section);

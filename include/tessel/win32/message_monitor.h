@@ -11,8 +11,8 @@ namespace Win32 {
 // "CID_Win32::MessageMonitor" gives the one of the process: one hidden window on a thread of its own. It is
 // made at the first use, which may be anywhere and on several threads at once, and ends with its last
 // reference; the next use makes a new one, with another window. The first use throws "msgmon-regcls-%d" or
-// "msgmon-crewnd-%d", tag "win32", or the interrupt error if its thread is interrupted, and leaves no
-// monitor. Other first users wait meanwhile, so who is told of the start of threads (mt/current_thread.h)
+// "msgmon-crewnd-%d", tag "win32", or the interrupt error if its thread is interrupted, and leaves
+// nothing. Other first users wait meanwhile, so who is told of the start of threads (mt/current_thread.h)
 // must not ask for the monitor there.
 //
 // The last reference may be dropped on any thread. Elsewhere than in an observer the release returns when
