@@ -111,7 +111,7 @@ void MultiBlockerImpl::BuildWaiters(Waiters& waiters, MergedBlockerWaiter& merge
                 waiters.emplace_back(&merged);
             continue;
         }
-        waiters.emplace_back(new Impl<BlockerWaiter, Module>(*this, entry, allMode, owner));
+        waiters.push_back(MakeFace<Impl<BlockerWaiter, Module>>(*this, entry, allMode, owner));
     }
 }
 
