@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <set>
 #include <sstream>
 
 namespace {
@@ -64,22 +64,19 @@ std::string Spelled(const std::string& interfaces)
     return line;
 }
 
-std::vector<std::string> Sorted(std::vector<std::string> lines)
-{
-    std::sort(lines.begin(), lines.end());
-    return lines;
-}
+using Lines = std::multiset<std::string>;
 
-std::vector<std::string> Found(const WideString& interface)
+Lines Found(const WideString& interface)
 {
-    std::vector<std::string> lines;
+    Lines lines;
     const FacePtr<Object::Manager> manager{Clsid(Object::managerClass)};
     for (const Object::ClassInfo& described : manager->FindClasses({}, interface)) {
-        std::string& line = lines.emplace_back(Narrow(described.clsid) + ": ");
+        std::string line = Narrow(described.clsid) + ": ";
         for (const WideString& listed : described.interfaces)
             line += Narrow(listed) + ' ';
+        lines.insert(line);
     }
-    return Sorted(lines);
+    return lines;
 }
 
 } // namespace
@@ -87,12 +84,12 @@ std::vector<std::string> Found(const WideString& interface)
 TEST(ClassTable, HasEveryClassOnceWithItsInterfacesInOrder)
 {
     TesselInitialize();
-    std::vector<std::string> expected;
+    Lines expected;
     for (const Row& row : table)
-        expected.push_back(row.clsid + ": " + Spelled(row.interfaces));
-    EXPECT_EQ(Found({}), Sorted(expected));
-    EXPECT_EQ(Found(u"IID_Object::Startup"),
-        std::vector<std::string>{"CID_Nls::Initializer: IID_Object::Startup IID_BaseFace "});
+        expected.insert(row.clsid + ": " + Spelled(row.interfaces));
+    EXPECT_EQ(Found({}), expected);
+    EXPECT_EQ(
+        Found(u"IID_Object::Startup"), Lines{"CID_Nls::Initializer: IID_Object::Startup IID_BaseFace "});
 }
 
 TEST(ClassTable, IsRegisteredInItsOrder)
