@@ -30,7 +30,8 @@ ThreadImpl::CreationData::~CreationData()
         Platform::CloseHandle(startedEvent);
 }
 
-bool ThreadImpl::Create(const FacePtr<Runnable>& runnable, FacePtr<ThreadImpl>& created)
+bool ThreadImpl::Create(
+    const FacePtr<Runnable>& runnable, FacePtr<ThreadImpl>& created, std::uint32_t stackSize)
 {
     if (!runnable)
         throw Error("thr-null", tag);
@@ -42,7 +43,7 @@ bool ThreadImpl::Create(const FacePtr<Runnable>& runnable, FacePtr<ThreadImpl>& 
     // The new thread's own reference: it has to be there before that thread can end.
     ThreadImpl* const own = FacePtr<ThreadImpl>(thread).Detach();
     created = thread;
-    if (!Platform::_beginthreadex(&Main, own, &thread->handle)) {
+    if (!Platform::_beginthreadex(&Main, own, &thread->handle, stackSize)) {
         const std::uint32_t code = Platform::GetLastError();
         own->Release();
         created = nullptr;

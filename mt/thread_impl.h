@@ -28,8 +28,10 @@ public:
     // That of the calling thread. One without gets one, and keeps a reference to it until it ends.
     static ThreadImpl& Current() { return current ? *current : Adopt(); }
     // A new thread, which stands in `created` before it begins to run; see thread_creation.cpp. False if its
-    // start-up was interrupted: then it does not run, and has ended or is about to.
-    static bool Create(const FacePtr<Runnable>& runnable, FacePtr<ThreadImpl>& created);
+    // start-up was interrupted: then it does not run, and has ended or is about to. The bytes of its stack
+    // are the system's with 0.
+    static bool Create(
+        const FacePtr<Runnable>& runnable, FacePtr<ThreadImpl>& created, std::uint32_t stackSize = 0);
     static FacePtr<ThreadImpl> Create(const FacePtr<Runnable>& runnable)
     {
         FacePtr<ThreadImpl> created;

@@ -4,6 +4,12 @@
 
 namespace Mt {
 
+namespace {
+// Small enough for the system to keep the stacks of many strands for the next wait: making and unmaking them
+// is a third of what a strand costs.
+constexpr std::uint32_t stackSize = 1 << 20;
+} // namespace
+
 void Waiter::RaiseStop()
 {
     do {
@@ -14,7 +20,7 @@ void Waiter::RaiseStop()
 
 void Waiter::Start()
 {
-    if (!ThreadImpl::Create(FacePtr<Runnable>(this), thread))
+    if (!ThreadImpl::Create(FacePtr<Runnable>(this), thread, stackSize))
         throw ThreadImpl::MakeInterrupted();
 }
 

@@ -17,11 +17,11 @@ constexpr int THREAD_PRIORITY_ERROR_RETURN = 0x7FFFFFFF;
 constexpr std::uint32_t SUSPEND_FAILED = 0xFFFFFFFF;
 constexpr std::uint32_t MAXIMUM_SUSPEND_COUNT = 127;
 
-// Starts a thread that calls start(argument). Its handle stands in *thread before it begins to run. What
-// leaves `start` as an exception ends the process. On failure false, with what the system answers, and
-// NULL_HANDLE.
+// Starts a thread that calls start(argument). Its handle stands in *thread before it begins to run. Its stack
+// has so many bytes, or the system's own size if that is less or 0 is asked for. What leaves `start` as an
+// exception ends the process. On failure false, with what the system answers, and NULL_HANDLE.
 using ThreadStart = void (*)(void* argument);
-bool _beginthreadex(ThreadStart start, void* argument, Handle* thread) noexcept;
+bool _beginthreadex(ThreadStart start, void* argument, Handle* thread, std::uint32_t stackSize = 0) noexcept;
 
 // A handle of the calling thread that other threads can use: the pseudo-handle of the thread, duplicated.
 // The object is signalled when the thread has ended: behind all its thread-local destructors, and when the

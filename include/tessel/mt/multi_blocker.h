@@ -19,9 +19,9 @@ namespace Mt {
 //
 // Events, mutexes, timers and message queues, up to 62 with a handle, become one wait of the calling thread;
 // of the handles that are signalled the first added is met, alone. Whatever else there is waits on a thread
-// of its own that lives no longer than the wait, and there more than one may be met. A mutex that is met on
-// such a thread ends with it as an abandoned one. All members of the other kind of multi-blocker wait on
-// threads of their own.
+// of its own that lives no longer than the wait, with a stack of 1 MB at most; there more than one may be
+// met, and a mutex that is met ends with its thread as an abandoned one. All members of the other kind of
+// multi-blocker wait on threads of their own.
 //
 // An interrupt of the calling thread is thrown and stays, as in every wait; interrupts that reach a member's
 // thread are passed on to the caller. To end its own wait this class interrupts its threads, too, so an

@@ -87,7 +87,7 @@ void ThreadObject::End() noexcept
     DropReferences(1);
 }
 
-bool _beginthreadex(ThreadStart start, void* argument, Handle* thread) noexcept
+bool _beginthreadex(ThreadStart start, void* argument, Handle* thread, std::uint32_t stackSize) noexcept
 {
     const Inside inside;
     *thread = NULL_HANDLE;
@@ -103,7 +103,7 @@ bool _beginthreadex(ThreadStart start, void* argument, Handle* thread) noexcept
     ThreadObject* const object = made.release();
     object->AddReferences(1); // one for the handle, and one for the thread
     *thread = MakeHandle(ObjectRef<ThreadObject>::Adopt(object), THREAD_ALL_ACCESS);
-    if (*thread != NULL_HANDLE && Seam::StartThread(&RunThread, passed.get()) == 0) {
+    if (*thread != NULL_HANDLE && Seam::StartThread(&RunThread, passed.get(), stackSize) == 0) {
         (void)passed.release(); // NOLINT(bugprone-unused-return-value): the thread's now
         return true;
     }
