@@ -8,7 +8,8 @@
 // Events and mutexes with a name are the same object in all processes of one user (and one process namespace)
 // that use the name. A name is any text of at most 260 chars, in which case counts and no character has a
 // meaning; it goes with the last process that has a handle, at its next use if that one was killed. A process
-// that is killed at any instant leaves its mutexes as abandoned ones and holds nobody up.
+// that is killed at any instant leaves its mutexes as abandoned ones and holds nobody up. One that is stopped
+// just while it opens or closes a name holds up those who open or close the same one, until it goes on.
 //
 // Safe from any thread. A handle that is closed elsewhere stays good for the calls that have begun with it.
 // A child made by fork owns no mutex of its parent; it is to call exec before it waits.

@@ -2,14 +2,13 @@
 #pragma once
 
 #include "platform/kernel.h"
+#include "tests/platform/thread_count.h"
 #include <tessel/tessel.h>
 
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <filesystem>
 #include <functional>
-#include <thread>
 
 namespace Testing {
 
@@ -111,14 +110,6 @@ inline int DrainInterrupts()
     for (; Mt::CurrentThread()->GetThread()->IsInterrupted(); ++drained)
         Mt::CurrentThread()->ClearInterrupt();
     return drained;
-}
-
-// From the first thread on a sanitizer has one of its own, so that is started before anything is counted.
-inline std::size_t CountThreads()
-{
-    [[maybe_unused]] static const bool isFirstOver = (std::thread([] {}).join(), true);
-    return static_cast<std::size_t>(
-        std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}));
 }
 
 // Only for what has been set going already.

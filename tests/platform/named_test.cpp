@@ -78,13 +78,6 @@ const ChildRole holds("holds", [](int) {
     return 0;
 });
 
-const ChildRole becomesAnother("becomesAnother", [](int) {
-    if (::setuid(65534) != 0)
-        return 77;
-    const OwnedHandle event = NamedEvent(u"mine");
-    return GetLastError() == ERROR_SUCCESS && WaitForSingleObject(event, 0) == WAIT_TIMEOUT ? 0 : 1;
-});
-
 // ---- The folder of a user who has none yet, which only the administrator can become
 
 std::uint32_t NewUser()
@@ -109,14 +102,14 @@ int RemoveFoldersOf(std::uint32_t user)
 // Begins with others at the same moment; with 0 alone, and in a folder that is then removed.
 const ChildRole uses("uses", [](int moment) {
     if (::setuid(NewUser()) != 0)
-        return 77;
+        return 1;
     ::umask(0177);
     while (moment != 0 && static_cast<int>(GetTickCount64()) < moment) { }
     const OwnedHandle before = NamedEvent(u"agreed");
     if (moment == 0)
         RemoveFoldersOf(NewUser());
     const OwnedHandle after = NamedEvent(u"agreed too");
-    return before != NULL_HANDLE && after != NULL_HANDLE ? 0 : 1;
+    return after != NULL_HANDLE && LookAt({before}) == WAIT_TIMEOUT ? 0 : 1;
 });
 
 } // namespace
@@ -206,21 +199,13 @@ TEST(NamedMutex, OfAKilledProcessIsAbandoned)
     ReleaseMutex(mutex);
 }
 
-TEST(NamedObject, IsTheUsersAlone)
-{
-    const OwnedHandle event = NamedEvent(u"mine");
-    SetEvent(event);
-    const int result = becomesAnother.Start(0).Wait();
-    if (result == 77)
-        GTEST_SKIP() << "only the administrator can become another user";
-    EXPECT_EQ(result, 0);
-}
-
-// However many begin at once, and whatever somebody else has made under such names.
-TEST(NamedObject, LiesInOneFolderThatNobodyElseCanTake)
+// However many begin at once, and whatever somebody else has made of the same name or under such names.
+TEST(NamedObject, IsTheUsersAloneInOneFolder)
 {
     if (::geteuid() != 0)
         GTEST_SKIP() << "only the administrator can become another user";
+    const OwnedHandle foreignEvent = NamedEvent(u"agreed");
+    SetEvent(foreignEvent);
     struct stat space { };
     ::stat("/proc/self/ns/pid", &space);
     const std::string start =

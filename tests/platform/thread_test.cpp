@@ -3,11 +3,11 @@
 #include "platform/threads.h"
 #include "platform/waits.h"
 #include "tests/platform/owned_handle.h"
+#include "tests/platform/thread_count.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <filesystem>
 #include <stdexcept>
 #include <thread>
 
@@ -22,14 +22,6 @@ OwnedHandle StartThread(Body& body)
     EXPECT_TRUE(
         _beginthreadex([](void* argument) { (*static_cast<Body*>(argument))(); }, &body, thread.Out()));
     return thread;
-}
-
-// From the first thread on a sanitizer has one of its own, so that is started before anything is counted.
-std::size_t CountThreads()
-{
-    [[maybe_unused]] static const bool isFirstOver = (std::thread([] {}).join(), true);
-    return static_cast<std::size_t>(
-        std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}));
 }
 
 } // namespace
