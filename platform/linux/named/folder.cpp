@@ -111,14 +111,15 @@ void Agreement::Note(const char* name)
         proposed.insert(name);
 }
 
-// Step 2.
+// Step 2. Others may have chosen theirs and removed this one at once.
 bool Agreement::Propose()
 {
     own = "/dev/shm/" + prefix + "XXXXXX";
     if (Seam::MakeFolderOfNewName(own.data()) != 0)
         return false;
     own.erase(0, own.rfind('/') + 1);
-    return Seam::ChangeModeAt(parent.Get(), own.c_str(), proposedMode) == 0; // whatever the process's mask
+    // Whatever the process's mask.
+    return Seam::ChangeModeAt(parent.Get(), own.c_str(), proposedMode) == 0 || errno == ENOENT;
 }
 
 // Steps 3 and 4. True also where another look has to be taken.
@@ -133,7 +134,7 @@ bool Agreement::Choose()
     if (!chosen.empty() || proposed != before)
         return true;
     if (Seam::ChangeModeAt(parent.Get(), before.begin()->c_str(), chosenMode) != 0)
-        return false;
+        return errno == ENOENT;
     for (auto loser = std::next(before.begin()); loser != before.end(); ++loser)
         Seam::UnlinkAt(parent.Get(), loser->c_str(), AT_REMOVEDIR);
     return true;
