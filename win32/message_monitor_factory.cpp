@@ -24,7 +24,7 @@ MessageMonitorImpl::~MessageMonitorImpl()
 {
     if (!thread)
         return;
-    if (thread.Get() == &Mt::ThreadImpl::Current())
+    if (thread->GetId() == Platform::GetCurrentThreadId())
         Platform::PostMessageW(window, Platform::WM_NULL, 0, 0);
     else
         thread->Join(false);

@@ -41,19 +41,6 @@ FacePtr<Mt::EventBasedBlocker> SetEvent(FacePtr<Mt::EventBasedBlocker> event)
     return event;
 }
 
-// Waits for messages of the thread that waits for it.
-class MessageBlocker : public Face<Mt::Blocker, Mt::Win32::BlockerInfo> {
-public:
-    void Block() override { throw Error("not merged", "test"); }
-    void GetWaitInfo(Handle&, std::uint32_t&, Mt::Win32::MessageSlot& slot) override
-    {
-        slot = {&message, &received};
-    }
-
-    Mt::Win32::SystemMessage message{};
-    bool received = false;
-};
-
 } // namespace
 
 TEST_F(MultiBlocker, WithoutMembersLooksAtNothing)
@@ -245,32 +232,4 @@ TEST_F(MultiBlocker, EndsWithACountBelowZeroAndKeepsIt)
         InterruptSelf();
         EXPECT_EQ(DrainInterrupts(), 1);
     }
-}
-
-TEST_F(MultiBlocker, FetchesAMessageOfTheThreadThatWaits)
-{
-    Platform::GetQueueStatus(0xFF);
-    const std::uint32_t self = Platform::GetCurrentThreadId();
-    const FacePtr<MessageBlocker> queue(new Impl<MessageBlocker, Module>);
-    const FacePtr<Mt::Blocker> member = queue;
-    const auto event = SetEvent(ManualEvent());
-    const auto any = Any({event, member});
-    Platform::PostThreadMessageW(self, 689, 5, -6);
-    any->Block(); // a message goes before all handles
-    EXPECT_EQ(any->GetSignalled(), Members{member});
-    EXPECT_TRUE(queue->received && queue->message.number == 689 && queue->message.lParam == -6);
-    any->Block();
-    EXPECT_EQ(any->GetSignalled(), Members{event});
-    event->Reset();
-    const FacePtr<Mt::Thread> poster = Start([&] {
-        Mt::Sleep(2);
-        Platform::PostThreadMessageW(self, 690, 0, 0);
-    });
-    any->Block();
-    poster->Join(true);
-    EXPECT_EQ(queue->message.number, 690U);
-    // Behind a member that is not merged it waits on a thread that gets no messages.
-    Platform::PostThreadMessageW(self, 691, 0, 0);
-    Any({Blocking([] { Mt::Sleep(5); }), member})->Block();
-    EXPECT_EQ(queue->message.number, 690U);
 }

@@ -43,20 +43,6 @@ bool Post(Platform::HWND window, std::uint32_t message = number)
     return Platform::PostMessageW(window, message, 7, -8);
 }
 
-bool IsClassGone()
-{
-    const Platform::ATOM own = Platform::RegisterClassW(&Platform::DefWindowProcW, u"tessel/msgmon");
-    return own != 0 && Platform::UnregisterClassW(own);
-}
-
-// The number of the slot that the next handle takes: it grows with each one that is left behind.
-std::uint32_t NextSlot()
-{
-    const Platform::Handle next = Platform::CreateEventW(true, false);
-    Platform::CloseHandle(next);
-    return static_cast<std::uint32_t>(next);
-}
-
 // The monitor is kept by what is destroyed at the end of the process, while messages arrive.
 [[noreturn]] void ExitWithAMonitor()
 {
@@ -70,21 +56,21 @@ std::uint32_t NextSlot()
     std::exit(0);
 }
 
-// The library is started for the whole program beside the mutexes (mutex_test.cpp).
-//
-// Nothing is left of a test: no thread, no window, not the class, no handle.
+// The library is started beside the mutexes (mutex_test.cpp). Nothing is left of a test: no thread, no
+// window, not the class.
 class MessageMonitor : public testing::Test {
 protected:
     ~MessageMonitor() override
     {
-        Await([this] { return CountThreads() <= threads && IsClassGone(); });
-        EXPECT_LT(NextSlot(), slot + 40);
+        Await([this] { return CountThreads() <= threads; });
+        const Platform::ATOM own = Platform::RegisterClassW(&Platform::DefWindowProcW, className);
+        EXPECT_TRUE(Platform::UnregisterClassW(own));
     }
 
     static Monitor Get() { return Monitor(Clsid(Win32::messageMonitorClass)); }
 
+    static constexpr const char16_t* className = u"tessel/msgmon";
     const std::size_t threads = CountThreads();
-    const std::uint32_t slot = NextSlot();
 };
 
 } // namespace
@@ -96,26 +82,23 @@ TEST_F(MessageMonitor, TellsLivingObserversInTheOrderOfAdding)
     const auto done = AutoEvent();
     const auto notesOf = [&](Platform::HWND window) {
         notes.clear();
-        Post(window);
-        Post(WindowOf(monitor), number + 1);
+        EXPECT_TRUE(Post(window) && Post(WindowOf(monitor), number + 1));
         done->Block();
         return notes;
     };
-    Watcher dying = Watching([&] { notes += 'b'; });
-    const Watcher late = Watching([&] { notes += 'd'; });
-    const Watcher failing = Watching([&] {
-        notes += 'a';
-        throw Error("dropped", "test");
-    });
-    const Watcher adding = Watching([&] {
-        notes += 'c';
-        if (dying)
-            monitor->AddObserver(number, late);
-    });
+    const auto noting = [&notes](char mark, const Action& then) {
+        return Watching([&notes, mark, then] {
+            notes += mark;
+            then();
+        });
+    };
+    const Watcher failing = noting('a', [] { throw Error("dropped", "test"); });
+    Watcher dying = noting('b', [] {});
+    const Watcher late = noting('d', [] {});
+    const Watcher adding = noting('c', [&] { monitor->AddObserver(number, dying ? late : nullptr); });
     const Watcher ending = Watching([done] { done->Set(); });
     for (const Watcher& watcher : {failing, dying, adding})
         monitor->AddObserver(number, watcher);
-    monitor->AddObserver(number + 1, Watching([] { FAIL() << "it has died at once"; }));
     monitor->AddObserver(number + 1, ending);
     EXPECT_EQ(notesOf(WindowOf(monitor)), "abc");
     dying = nullptr;
@@ -131,12 +114,10 @@ TEST_F(MessageMonitor, MakesOneWindowForManyFirstUsers)
             users[i] = Start([&, i] { got[i] = Get(); });
         for (const auto& user : users)
             user->Join(true);
-        for (const Monitor& monitor : got)
-            ASSERT_EQ(WindowOf(monitor), WindowOf(got[0]));
-        Await([this] { return CountThreads() <= threads + 1; }); // which needs none of those that have ended
         const Platform::HWND window = WindowOf(got[0]);
-        const FacePtr<Mt::Thread> last = Start([&] { got.clear(); });
-        last->Join(true);
+        for (const Monitor& monitor : got)
+            ASSERT_EQ(WindowOf(monitor), window);
+        Start([&] { got.clear(); })->Join(true);
         ASSERT_FALSE(Post(window)); // the release has waited for its end
     }
 }
@@ -155,8 +136,7 @@ TEST_F(MessageMonitor, StartsWhileTheThreadOfTheLastOneEnds)
         ASSERT_TRUE(Post(WindowOf(inside)));
         if (round % 2 == 0)
             Await([&] { return dropped.load(); });
-        const Monitor next = Get();
-        ASSERT_TRUE(Post(WindowOf(next), 1));
+        ASSERT_TRUE(Post(WindowOf(Get()), number + 1));
         Await([&] { return dropped.load(); });
     }
 }
@@ -165,43 +145,38 @@ TEST_F(MessageMonitor, LetsGoUnderALockThatAnObserverWants)
 {
     std::mutex lock;
     std::atomic<int> steps = 0;
-    Monitor monitor = Get();
     const Watcher observer = Watching([&] {
         ++steps;
-        const std::lock_guard guard(lock);
+        lock.lock();
+        lock.unlock();
         ++steps;
     });
+    Monitor monitor = Get();
     monitor->AddObserver(number, observer);
-    {
-        const std::lock_guard guard(lock);
-        Post(WindowOf(monitor));
-        Await([&] { return steps == 1; });
-        monitor = nullptr;
-    }
-    Await([&] { return steps == 2; });
-    Await([&] { return lock.try_lock(); }); // the observer has let it go
+    lock.lock();
+    Post(WindowOf(monitor));
+    Await([&] { return steps == 1; });
+    monitor = nullptr;
     lock.unlock();
+    Await([&] { return steps == 2; });
 }
 
 TEST_F(MessageMonitor, ThatCannotStartLeavesNothing)
 {
-    const Platform::ATOM taken = Platform::RegisterClassW(&Platform::DefWindowProcW, u"tessel/msgmon");
+    const Platform::ATOM taken = Platform::RegisterClassW(&Platform::DefWindowProcW, className);
     EXPECT_EQ(Thrown([] { Get(); }), "win32: msgmon-regcls-1410");
     Platform::UnregisterClassW(taken);
-    // An interrupt at whatever point of the start: too late for the window thread, it finds no monitor.
+    // An interrupt at whatever point of the start, also when it is too late for the window thread.
     for (int round = 0; round < 1000; ++round) {
-        std::atomic<bool> starts = false;
+        std::atomic<int> steps = 0;
         const FacePtr<Mt::Thread> user = Start([&] {
-            starts = true;
+            ++steps;
             const std::string thrown = Thrown([] { Get(); });
             EXPECT_TRUE(thrown.empty() || thrown == "interrupted") << thrown;
         });
-        Await([&] { return starts.load(); });
-        for (int i = round % 50 * 400; i > 0; --i)
-            starts = true;
+        Await([&] { return steps != 0 && ++steps > round % 50 * 400; });
         user->Join(false);
     }
-    EXPECT_TRUE(Post(WindowOf(Get())));
 }
 
 TEST(MessageMonitorDeathTest, LivesUntilTheProcessEnds)
