@@ -1,10 +1,11 @@
-// A message from one thread to another: posted, waking who waits for it, received; and answered likewise.
+// A message from one thread to another's window: posted, waking who waits for it, received; and answered
+// likewise.
 //
 //   BM_PostReceive/<one_core|two_cores>/<ours|deque>     theirs is a deque with a mutex and a condition
 //   variable
 #include "two_threads.h"
 
-#include "platform/messages.h"
+#include "platform/windows.h"
 #include <tessel/tessel.h>
 
 #include <benchmark/benchmark.h>
@@ -30,9 +31,9 @@ public:
     void Open()
     {
         queue = Clsid(Gui::messageQueueClass);
-        thread = Platform::GetCurrentThreadId();
+        window = Platform::CreateWindowExW(windowClass);
     }
-    void Post(std::uint64_t count) const { Platform::PostThreadMessageW(thread, 1, count, 0); }
+    void Post(std::uint64_t count) const { Platform::PostMessageW(window, 1, count, 0); }
     std::uint64_t Receive()
     {
         Mt::Win32::SystemMessage message;
@@ -42,7 +43,9 @@ public:
     }
 
 private:
-    std::uint32_t thread = 0;
+    static inline const Platform::ATOM windowClass =
+        Platform::RegisterClassW(&Platform::DefWindowProcW, u"bench");
+    Platform::HWND window = Platform::NULL_HANDLE;
     FacePtr<Gui::MessageQueue> queue;
 };
 

@@ -26,7 +26,8 @@ public:
     ~WaitObjects()
     {
         for (std::uint32_t i = 0; i < found; ++i)
-            objects[i]->DropReferences(1);
+            if (objects[i] != queue)
+                objects[i]->DropReferences(1);
     }
     WaitObjects(const WaitObjects&) = delete;
     WaitObjects& operator=(const WaitObjects&) = delete;
@@ -49,8 +50,7 @@ private:
     bool FindNext() noexcept
     {
         if (queue && found == total - 1) {
-            queue->AddReferences(1);
-            objects[found++] = queue;
+            objects[found++] = queue; // the thread's own, and not counted
             return true;
         }
         CountedObject* const next = FindObject(handles[found], waitableKinds, SYNCHRONIZE).Detach();
