@@ -63,6 +63,7 @@ constexpr std::uint32_t ERROR_CLASS_DOES_NOT_EXIST = 1411;
 constexpr std::uint32_t ERROR_CLASS_HAS_WINDOWS = 1412;
 constexpr std::uint32_t ERROR_INVALID_THREAD_ID = 1444;
 constexpr std::uint32_t ERROR_TIMEOUT = 1460;
+constexpr std::uint32_t RPC_S_INVALID_BINDING = 1702;
 constexpr std::uint32_t ERROR_RESOURCE_DATA_NOT_FOUND = 1812;
 constexpr std::uint32_t ERROR_RESOURCE_TYPE_NOT_FOUND = 1813;
 constexpr std::uint32_t ERROR_RESOURCE_NAME_NOT_FOUND = 1814;

@@ -50,6 +50,16 @@ std::uint64_t GetCoarseTickCount64() noexcept;
 std::uint32_t GetCurrentThreadId() noexcept;
 std::uint32_t GetCurrentProcessId() noexcept;
 
+struct OSVERSIONINFOW {
+    std::uint32_t dwOSVersionInfoSize; // of this record in bytes; the caller's to set
+    std::uint32_t dwMajorVersion;
+    std::uint32_t dwMinorVersion;
+    std::uint32_t dwBuildNumber;
+};
+// The first three numbers of the kernel's release, 0 for those that it does not have. False with
+// ERROR_INSUFFICIENT_BUFFER for any other size.
+bool GetVersionExW(OSVERSIONINFOW* version) noexcept;
+
 // The processor that the calling thread runs on, for spreading load: stale as soon as it is returned.
 std::uint32_t GetCurrentProcessorNumber() noexcept;
 

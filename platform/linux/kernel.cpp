@@ -1,13 +1,17 @@
 #include "platform/kernel.h"
 
 #include "platform/errors.h"
+#include "platform/linux/seam.h"
 
 #include <cerrno>
+#include <charconv>
 #include <climits>
 #include <ctime>
+#include <iterator>
 #include <linux/futex.h>
 #include <sched.h>
 #include <sys/syscall.h>
+#include <sys/utsname.h>
 #include <unistd.h>
 
 namespace Platform {
@@ -155,6 +159,23 @@ std::uint32_t GetCurrentThreadId() noexcept
 std::uint32_t GetCurrentProcessId() noexcept
 {
     return static_cast<std::uint32_t>(getpid());
+}
+
+bool GetVersionExW(OSVERSIONINFOW* version) noexcept
+{
+    if (version->dwOSVersionInfoSize != sizeof(*version))
+        return Fail(ERROR_INSUFFICIENT_BUFFER);
+    utsname system{};
+    if (Seam::Guarded(-1, [&] { return uname(&system); }) != 0)
+        return FailWithErrno();
+    const char* read = system.release;
+    for (std::uint32_t* const number :
+        {&version->dwMajorVersion, &version->dwMinorVersion, &version->dwBuildNumber}) {
+        *number = 0;
+        read = std::from_chars(read, std::end(system.release), *number).ptr;
+        read += *read == '.' ? 1 : 0;
+    }
+    return true;
 }
 
 std::uint32_t GetCurrentProcessorNumber() noexcept

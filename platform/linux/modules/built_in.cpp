@@ -1,5 +1,7 @@
 #include "platform/linux/modules/built_in.h"
 
+#include "platform/linux/sessions/entries.h"
+#include "platform/sessions.h"
 #include "platform/text.h"
 
 #include <cstring>
@@ -13,21 +15,18 @@ namespace Platform {
 
 namespace {
 
-template <class Function>
-FARPROC AddressOf(Function* function) noexcept
-{
-    return reinterpret_cast<FARPROC>(function);
-}
-
 const BuiltInEntry kernelEntries[] = {
     {"GetCurrentProcessId", AddressOf(&GetCurrentProcessId)},
     {"GetCurrentThreadId", AddressOf(&GetCurrentThreadId)},
     {"GetTickCount64", AddressOf(&GetTickCount64)},
+    {"ProcessIdToSessionId", AddressOf(&ProcessIdToSessionId)},
+    {"WTSGetActiveConsoleSessionId", AddressOf(&WTSGetActiveConsoleSessionId)},
 };
 
 // One row a module; what it offers stands in the table of the group that it belongs to.
 const BuiltInModule builtInModules[] = {
     {u"KERNEL32.DLL", kernelEntries, std::size(kernelEntries), nullptr},
+    {u"WTSAPI32.DLL", sessionEntries, std::size(sessionEntries), &IsBusReachable},
 };
 
 #ifdef TESSEL_SEAMS

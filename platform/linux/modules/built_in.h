@@ -13,6 +13,12 @@ struct BuiltInEntry {
     FARPROC address;
 };
 
+template <class Function>
+FARPROC AddressOf(Function* function) noexcept
+{
+    return reinterpret_cast<FARPROC>(function);
+}
+
 struct BuiltInModule {
     const char16_t* name;
     const BuiltInEntry* entries;

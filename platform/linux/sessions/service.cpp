@@ -1,0 +1,195 @@
+#include "platform/linux/sessions/service.h"
+
+#include "platform/errors.h"
+#include "platform/linux/messages/window.h"
+#include "platform/linux/suspension.h"
+
+#include <algorithm>
+#include <new>
+
+namespace Platform {
+
+namespace {
+
+constexpr std::uint64_t never = ~std::uint64_t{0};
+// Milliseconds.
+constexpr std::uint64_t listeningDelay = 100; // until whoever has registered a window listens
+constexpr std::uint64_t refusedDelay = 1000; // until a full queue is tried again
+constexpr std::uint64_t firstFollowDelay = 250; // doubled at each failure
+constexpr std::uint64_t lastFollowDelay = 8000;
+constexpr std::uint64_t answerServes = 8; // times as long as it took
+
+} // namespace
+
+SessionService& SessionService::Get() noexcept
+{
+    alignas(SessionService) static std::byte room[sizeof(SessionService)];
+    static SessionService* const made = new (room) SessionService;
+    return *made;
+}
+
+bool SessionService::Register(HWND window) noexcept
+{
+    const Inside inside;
+    if (!Window::Find(window))
+        return false;
+    const std::lock_guard one(starting);
+    {
+        const std::lock_guard guard(lock);
+        const bool isKnown = isCurrent || (!isRunning && GetTickCount64() >= askAgainAt);
+        if (!isKnown)
+            return Fail(RPC_S_INVALID_BINDING);
+        if (isRunning) {
+            bell.Ring();
+            return Add(window);
+        }
+    }
+    return Start(window);
+}
+
+bool SessionService::UnRegister(HWND window) noexcept
+{
+    const Inside inside;
+    const std::lock_guard one(starting);
+    {
+        const std::lock_guard guard(lock);
+        Registration* const found = Find(window);
+        if (!found)
+            return Fail(ERROR_INVALID_PARAMETER);
+        if (--found->count > 0)
+            return true;
+        windows.erase(windows.begin() + (found - windows.data()));
+        if (!windows.empty())
+            return true;
+    }
+    Stop();
+    return true;
+}
+
+bool SessionService::GetState(SessionState& out) noexcept
+{
+    {
+        const Inside inside;
+        const std::lock_guard guard(lock);
+        out = state;
+        if (isRunning || GetTickCount64() < askAgainAt)
+            return isCurrent || Fail(RPC_S_INVALID_BINDING);
+    }
+    LoginManager asked;
+    if (!Ask(asked, false))
+        return false;
+    out = asked.GetState();
+    return true;
+}
+
+// The thread takes over the connection with which the manager was asked, so it misses nothing.
+bool SessionService::Start(HWND window) noexcept
+{
+    if (!bell.Open())
+        return FailWithErrno();
+    if (Ask(manager, true)) {
+        const std::lock_guard guard(lock);
+        const auto run = [](void* service) -> void* {
+            static_cast<SessionService*>(service)->Serve();
+            return nullptr;
+        };
+        if (Add(window)) {
+            process = GetCurrentProcessId();
+            isRunning = Seam::StartDeafThread(&thread, run, this) == 0 || FailWithErrno();
+            if (isRunning)
+                return true;
+            windows.clear();
+        }
+    }
+    manager.Close();
+    bell.Close();
+    return false;
+}
+
+void SessionService::Stop() noexcept
+{
+    if (process == GetCurrentProcessId()) { // a child that ends has no thread, and leaves its parent's alone
+        bell.RingTheEnd();
+        ::pthread_join(thread, nullptr);
+    }
+    manager.Close();
+    bell.Close();
+    const std::lock_guard guard(lock);
+    isRunning = false;
+    askAgainAt = 0;
+}
+
+bool SessionService::Ask(LoginManager& asked, bool follow) noexcept
+{
+    const std::uint64_t begin = GetTickCount64();
+    const bool knows =
+        (follow ? asked.Follow() : asked.Ask()) && (asked.IsThere() || Fail(RPC_S_INVALID_BINDING));
+    const std::uint64_t end = GetTickCount64();
+    const Inside inside;
+    const std::lock_guard guard(lock);
+    if (isRunning)
+        return knows;
+    if (knows)
+        state = asked.GetState();
+    isCurrent = knows;
+    askAgainAt = end + (end - begin + 1) * answerServes;
+    return knows;
+}
+
+bool SessionService::Add(HWND window) noexcept
+try {
+    if (Registration* const known = Find(window))
+        ++known->count;
+    else
+        windows.push_back({Told(window, state), GetTickCount64() + listeningDelay, 1});
+    return true;
+} catch (const std::bad_alloc&) {
+    return Fail(ERROR_NOT_ENOUGH_MEMORY);
+}
+
+SessionService::Registration* SessionService::Find(HWND window) noexcept
+{
+    const auto found = std::ranges::find_if(
+        windows, [window](const Registration& one) { return one.told.GetWindow() == window; });
+    return found == windows.end() ? nullptr : &*found;
+}
+
+void SessionService::Serve() noexcept
+{
+    std::uint64_t delay = firstFollowDelay;
+    std::uint64_t followAt = 0;
+    while (!bell.IsTheEnd()) {
+        const bool knows =
+            manager.IsFollowing() ? manager.TakeSignals() : GetTickCount64() >= followAt && manager.Follow();
+        if (knows)
+            delay = firstFollowDelay;
+        else if (GetTickCount64() >= followAt) {
+            followAt = GetTickCount64() + delay;
+            delay = std::min(delay * 2, lastFollowDelay);
+        }
+        const std::uint64_t tellAt = Publish();
+        if (!manager.Wait(manager.IsFollowing() ? tellAt : std::min(tellAt, followAt)) && !bell.IsTheEnd())
+            Sleep(static_cast<std::uint32_t>(listeningDelay)); // the system is short of something
+    }
+}
+
+// Tells the windows, and gives the time at which there is more to be told.
+std::uint64_t SessionService::Publish() noexcept
+{
+    const std::lock_guard guard(lock);
+    state = manager.GetState();
+    isCurrent = manager.IsThere();
+    if (!isCurrent)
+        return never;
+    const std::uint64_t now = GetTickCount64();
+    std::uint64_t next = never;
+    for (Registration& registration : windows) {
+        if (now >= registration.tellAt && !registration.told.Tell(state))
+            registration.tellAt = now + refusedDelay;
+        if (now < registration.tellAt)
+            next = std::min(next, registration.tellAt);
+    }
+    return next;
+}
+
+} // namespace Platform
