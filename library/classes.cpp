@@ -11,6 +11,7 @@
 #include "object/library_factory.h"
 #include "win32/message_monitor_factory.h"
 #include "win32/mutex_factory.h"
+#include "win32/session_change_blocker_impl.h"
 #include "xml/document_factory.h"
 #include "xml/reader_writer.h"
 #include <tessel/object/registration.h>
@@ -27,6 +28,7 @@ const Object::FactoryRegistration registrations[] = {
     Object::FactoryRegistration::Of<Io::Memory::BufferFactory>("memory"),
     Object::FactoryRegistration::Of<Io::Memory::MemoryFactory>("memory"),
     Object::FactoryRegistration::Of<Io::Fs::PathFactoryImpl>("fs"),
+    Object::FactoryRegistration::Of<Win32::TerminalFactory>("win32"),
     Object::FactoryRegistration::Of<Gui::MessageQueueFactory>("win32"),
     Object::FactoryRegistration::Of<Win32::MessageMonitorFactory>("win32"),
     Object::FactoryRegistration::Of<Win32::MutexFactory>("win32"),

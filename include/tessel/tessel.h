@@ -46,6 +46,7 @@
 #include <tessel/object/system.h>
 #include <tessel/win32/message_monitor.h>
 #include <tessel/win32/mutex.h>
+#include <tessel/win32/session_change_blocker.h>
 #include <tessel/xml/document.h>
 #include <tessel/xml/element.h>
 #include <tessel/xml/node.h>

@@ -34,6 +34,8 @@ const Row table[] = {
         "S IID_Io::BufferingSource::Creator B IID_Io::BufferingSink::Creator B"},
     {"CID_Io::Memory::File", "IID_Io::File IID_Io::DataAccessor B"},
     {"CID_Io::Fs::PathFactory", "IID_Io::Fs::PathFactory B"},
+    {"CID_Win32::SessionChangeBlocker",
+        "IID_Win32::SessionChangeBlocker IID_Mt::Blocker B IID_Win32::MessageMonitor::Observer B"},
     {"CID_Gui::MessageQueue", "IID_Gui::MessageQueue IID_Mt::Blocker B IID_Mt::Win32::BlockerInfo B"},
     {"CID_Win32::MessageMonitor", "IID_Win32::MessageMonitor B"},
     {"CID_Win32::Mutex_Creator", "S IID_Win32::Mutex::Creator B"},
@@ -46,8 +48,8 @@ const Row table[] = {
 const std::vector<std::string> registered = {"CID_Object::Library_Creator", "CID_Mt::TimeBasedBlocker",
     "CID_Mt::CurrentThreadImpl", "CID_Mt::MultiBlocker", "CID_Mt::Win32::EventFactory",
     "CID_Nls::Language_Creator", "CID_Io::BufferingSource_Creator", "CID_Io::Memory::File",
-    "CID_Io::Fs::PathFactory", "CID_Gui::MessageQueue", "CID_Win32::MessageMonitor",
-    "CID_Win32::Mutex_Creator", "CID_Xml::Reader", "CID_Xml::Document"};
+    "CID_Io::Fs::PathFactory", "CID_Win32::SessionChangeBlocker", "CID_Gui::MessageQueue",
+    "CID_Win32::MessageMonitor", "CID_Win32::Mutex_Creator", "CID_Xml::Reader", "CID_Xml::Document"};
 
 std::string Narrow(const WideString& text)
 {
