@@ -5,6 +5,7 @@
 #include "host/languages.h"
 #include "host/memory_map.h"
 #include "host/narrator.h"
+#include "host/session_watch.h"
 #include "host/settings.h"
 #include "host/waits_mutex.h"
 #include "host/waits_work.h"
@@ -147,6 +148,8 @@ int main(int argc, char** argv)
 {
     if (argc > 1 && std::string_view(argv[1]) == holderCommand)
         return HoldMutex();
+    if (argc > 1 && argv[1] == watchCommand)
+        return WatchSession();
     std::atexit(ReportStop);
     try {
         Run(argc > 1 && std::string_view(argv[1]) == "first");

@@ -8,3 +8,10 @@ cp -P "$1"/* "$folder"
 rm -f "$folder/autoreg.dat"
 "$folder/demo" first
 "$folder/demo"
+"$folder/demo" --watch-session >"$folder/watched" &
+until grep -qs console "$folder/watched"; do
+    kill -0 $! # it has not ended by itself
+    sleep 0.1
+done
+kill -INT $!
+wait $!
