@@ -19,7 +19,7 @@ import statistics
 import subprocess
 import sys
 
-TOPICS = ["base", "data", "object", "mt", "gui", "io", "xml", "nls", "win32"]
+TOPICS = ["base", "data", "object", "mt", "io", "xml", "nls", "win32"]
 COMPARE = {"<=": operator.le, ">=": operator.ge}
 SUFFIX = re.compile(r"/(real_time|manual_time|process_time|iterations:\d+|repeats:\d+|min_time:[\d.]+|threads:\d+)$")
 REPETITIONS = 9

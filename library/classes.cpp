@@ -1,5 +1,4 @@
 // The factories of the library, in the order of their registration.
-#include "gui/message_queue.h"
 #include "io/fs/path_factory_impl.h"
 #include "io/memory/buffer_factory.h"
 #include "io/memory/memory_factory.h"
@@ -10,6 +9,7 @@
 #include "nls/factory_impl.h"
 #include "object/library_factory.h"
 #include "win32/message_monitor_factory.h"
+#include "win32/message_queue.h"
 #include "win32/mutex_factory.h"
 #include "win32/session_change_blocker_impl.h"
 #include "xml/document_factory.h"

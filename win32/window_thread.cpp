@@ -3,7 +3,7 @@
 #include "mt/system_message.h"
 #include <tessel/base/critical_section.h>
 #include <tessel/base/error.h>
-#include <tessel/gui/message_queue.h>
+#include <tessel/win32/message_queue.h>
 
 namespace Win32 {
 

@@ -15,7 +15,6 @@
 #include <tessel/base/utf8.h>
 #include <tessel/base/value.h>
 #include <tessel/export.h>
-#include <tessel/gui/message_queue.h>
 #include <tessel/io/buffering.h>
 #include <tessel/io/file.h>
 #include <tessel/io/folder.h>
@@ -45,6 +44,7 @@
 #include <tessel/object/registration.h>
 #include <tessel/object/system.h>
 #include <tessel/win32/message_monitor.h>
+#include <tessel/win32/message_queue.h>
 #include <tessel/win32/mutex.h>
 #include <tessel/win32/session_change_blocker.h>
 #include <tessel/xml/document.h>

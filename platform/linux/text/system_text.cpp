@@ -44,6 +44,7 @@ constexpr Sentence sentences[] = {
     {ERROR_CLASS_DOES_NOT_EXIST, "There is no such window class"},
     {ERROR_CLASS_HAS_WINDOWS, "There are windows of the class"},
     {ERROR_INVALID_THREAD_ID, "There is no thread of this number with a message queue"},
+    {ERROR_NOT_ENOUGH_QUOTA, "A quota of the disk, or of messages that wait, is used up"},
     {RPC_S_INVALID_BINDING, "The session service cannot be reached yet"},
     {ERROR_RESOURCE_DATA_NOT_FOUND, "The module has no resources"},
     {ERROR_RESOURCE_TYPE_NOT_FOUND, "The module has no resources of this type"},

@@ -1,7 +1,7 @@
 // "CID_Gui::MessageQueue".
 #pragma once
 
-#include <tessel/gui/message_queue.h>
+#include <tessel/win32/message_queue.h>
 #include <tessel/object/class_factory.h>
 
 namespace Gui {

@@ -1,4 +1,3 @@
-#include "platform/messages.h"
 #include "tests/mt/mt_objects.h"
 
 using namespace Testing;
@@ -9,7 +8,7 @@ class MessageQueue : public testing::Test {
 protected:
     static void SetUpTestSuite() { TesselInitialize(); }
 
-    void Post(std::uint32_t number) const { Platform::PostThreadMessageW(self, number, 5, -6); }
+    void Post(std::uint32_t number) const { Gui::PostThreadMessage(self, number, 5, -6); }
     // The number of the message that is collected.
     std::uint32_t Collect() const
     {
@@ -42,6 +41,26 @@ TEST_F(MessageQueue, KeepsAMessageUntilItIsCollectedOrReplaced)
     EXPECT_FALSE(queue->HasMessage());
 }
 
+TEST_F(MessageQueue, RefusesWhatNobodyWouldGet)
+{
+    const auto refusal = [](auto post) {
+        try {
+            for (;;)
+                post();
+        } catch (const Error& error) {
+            EXPECT_NE(error.GetLayerText(0), u"");
+            return error.GetLayerCode(0);
+        }
+    };
+    EXPECT_EQ(refusal([&] { Gui::PostMessage(::Handle{self}, 1, 5, -6); }), 1400U);
+    EXPECT_EQ(refusal([] { Gui::PostThreadMessage(0, 1, 5, -6); }), 1444U);
+    EXPECT_EQ(refusal([&] { Post(1); }), 1816U);
+    std::uint32_t held = 0;
+    for (; queue->HasMessage(); ++held)
+        Collect();
+    EXPECT_EQ(held, 10'000U);
+}
+
 TEST_F(MessageQueue, PutsAMessageBeforeAnInterruptAtTheFirstLookOnly)
 {
     Post(1);
@@ -67,7 +86,7 @@ TEST_F(MessageQueue, PutsAnInterruptBeforeAMessageBehindTheWait)
     Mt::Sleep(20); // it sleeps by then; if it does not, the message may come first
     waiting->Suspend();
     waiting->Interrupt();
-    Platform::PostThreadMessageW(waiting->GetId(), 1, 0, 0);
+    Gui::PostThreadMessage(waiting->GetId(), 1, 0, 0);
     waiting->Resume();
     waiting->Join(true);
 }

@@ -20,7 +20,7 @@ namespace {
 void Require(bool holds)
 {
     if (!holds) {
-        std::fputs("gui_bench: another message than expected\n", stderr);
+        std::fputs("message_bench: another message than expected\n", stderr);
         std::abort();
     }
 }

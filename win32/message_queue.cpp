@@ -1,9 +1,27 @@
-#include "gui/message_queue.h"
+#include "win32/message_queue.h"
 
 #include "mt/system_message.h"
 #include "mt/thread_impl.h"
+#include "platform/windows.h"
+#include <tessel/base/error.h>
 
 namespace Gui {
+
+namespace {
+
+void ThrowUnless(bool isPosted)
+{
+    if (isPosted)
+        return;
+    const std::uint32_t code = Platform::GetLastError();
+    WideString text;
+    text.SystemError(code);
+    Error failure;
+    failure.AddLayer(code, text, false);
+    throw failure;
+}
+
+} // namespace
 
 MessageQ::MessageQ()
 {
@@ -47,6 +65,16 @@ void MessageQ::GetMessage(Mt::Win32::SystemMessage& out)
 void MessageQ::GetWaitInfo(::Handle&, std::uint32_t&, Mt::Win32::MessageSlot& messageSlot)
 {
     messageSlot = {&message, &received};
+}
+
+void PostThreadMessage(std::uint32_t thread, std::uint32_t number, std::uint64_t wParam, std::int64_t lParam)
+{
+    ThrowUnless(Platform::PostThreadMessageW(thread, number, wParam, lParam));
+}
+
+void PostMessage(::Handle window, std::uint32_t number, std::uint64_t wParam, std::int64_t lParam)
+{
+    ThrowUnless(Platform::PostMessageW(Mt::ToPlatform(window), number, wParam, lParam));
 }
 
 } // namespace Gui
