@@ -1,39 +1,24 @@
 #include "tests/base/bytes.h"
+#include "tests/object/test_faces.h"
 #include <tessel/base/value.h>
-#include <tessel/module.h>
-#include <tessel/object/impl.h>
 
 #include <gtest/gtest.h>
 
+using Testing::Both;
+using Testing::BothImpl;
+
 namespace {
 
-struct Watched : Face<> {
-    static constexpr Iid iid = u"IID_Test::Watched"_iid;
-};
-class WatchedImpl : public Face<Watched> {
-public:
-    WatchedImpl(int& itsDeaths, Value* itsSeen) : deaths(itsDeaths), seen(itsSeen) { }
-    ~WatchedImpl()
-    {
-        ++deaths;
-        if (seen != nullptr)
-            *seen = 7;
-    }
-
-private:
-    int& deaths;
-    Value* seen; // changed while this dies
-};
-
-FacePtr<BaseFace> MakeWatched(int& deaths, Value* seen = nullptr)
+FacePtr<BaseFace> MakeObject(void (*onDeath)(BothImpl&) = nullptr)
 {
-    return MakeFace<Impl<WatchedImpl, Module>>(deaths, seen);
+    const auto object = MakeFace<Both>();
+    object->onDeath = onDeath;
+    return FacePtr<BaseFace>(Primary(object.Get()));
 }
 
 TEST(Value, SharesAndLetsGoWhateverItHolds)
 {
-    int deaths = 0;
-    Value value;
+    static Value value;
     value = WideString(u"a text in a buffer");
     Value copy = value;
     EXPECT_EQ(copy.GetString().c_str(), value.GetString().c_str()) << "shared";
@@ -42,29 +27,28 @@ TEST(Value, SharesAndLetsGoWhateverItHolds)
     const Value& itself = value;
     value = itself;
     EXPECT_EQ(value.GetBinary(), Binary("bytes", 5));
-    value = MakeWatched(deaths);
+    value = MakeObject();
     copy = value;
     value = Handle{9};
-    EXPECT_EQ(deaths, 0);
+    EXPECT_EQ(BothImpl::living, 1);
     copy = std::uint32_t{1};
-    EXPECT_EQ(deaths, 1);
+    EXPECT_EQ(BothImpl::living, 0);
     EXPECT_EQ(value.GetHandle(), Handle{9});
-    value = MakeWatched(deaths);
-    value = MakeWatched(deaths, &value);
-    EXPECT_EQ(deaths, 2);
+    value = MakeObject();
+    value = MakeObject([](BothImpl&) { value = 7; });
+    EXPECT_EQ(BothImpl::living, 1);
     value.Reset();
-    EXPECT_EQ(deaths, 3);
+    EXPECT_EQ(BothImpl::living, 0);
     EXPECT_EQ(value.GetNumber(), 7U) << "set by what was let go";
 }
 
 TEST(Value, TravelsInArchives)
 {
-    int deaths = 0;
     Value values[6];
     values[1] = 7;
     values[2] = WideString(u"ab");
     values[3] = Bytes("AABB");
-    values[4] = MakeWatched(deaths);
+    values[4] = MakeObject();
     values[5] = Handle{0x0102030405060708};
     const char* const stored[] = {"10 13 48 5B 00000000", "10 13 48 5B 01000000 07000000",
         "10 13 48 5B 02000000 06000000 B0040000 6100 6200 0000", "10 13 48 5B 03000000 02000000 AABB",

@@ -6,22 +6,6 @@
 
 namespace Object {
 
-TEST(RegistrationCache, WritesAndReadsItsForm)
-{
-    const char16_t* const text =
-        u"{client.dll|d3e4f5a601c8b7a2|Demo::Kind|CID_Demo::Thing,IID_Demo::Thing,IID_BaseFace;CID_Demo::"
-        u"Other,"
-        u"IID_BaseFace}\n{empty.dll|0||}\n{two.dll|1|A,B|}\n{tessel.dll|1a2b3c4d01c8b7a2}\n";
-    const auto records = ParseCache(text);
-    ASSERT_TRUE(records);
-    ASSERT_EQ(records->size(), 4U);
-    EXPECT_EQ(records->front().classes.back().clsid, u"CID_Demo::Other");
-    EXPECT_EQ(records->front().classes.front().interfaces.size(), 2U);
-    EXPECT_EQ((*records)[2].types.size(), 2U);
-    EXPECT_FALSE(records->back().isModule);
-    EXPECT_EQ(FormatCache(*records), text);
-}
-
 TEST(RegistrationCache, AnyDamageIsDamageToAll)
 {
     const std::pair<const char16_t*, bool> cases[] = {{u"", false}, {u" \r\n", true}, {u"\t", false},
