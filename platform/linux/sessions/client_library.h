@@ -50,7 +50,8 @@ struct ClientLibrary {
     int (*skip)(sd_bus_message* message, const char* types);
 };
 
-// Null if the system has none. Once loaded it stays.
+// Null if the system has none. Once found it stays, and finding it takes no lock any more; before, it takes
+// that of the loads, which goes ahead of all others.
 const ClientLibrary* FindClientLibrary() noexcept;
 
 } // namespace Platform

@@ -41,6 +41,13 @@ bool ReadSessionReference(const BusMessage& message, std::uint32_t& number, cons
         && message.ReadPath(path) && message.Exit() && message.Exit();
 }
 
+// How managers of different ages say that a process is in none.
+bool IsNoSession(const BusMessage& answer) noexcept
+{
+    return answer.IsError("org.freedesktop.login1.NoSessionForPID")
+        || answer.IsError("org.freedesktop.login1.NoSuchSession") || answer.IsError("System.Error.ENXIO");
+}
+
 bool ReadState(const BusMessage& message, bool& isClosing) noexcept
 {
     const char* state = nullptr;
@@ -156,7 +163,7 @@ bool LoginManager::FindSession()
     const BusMessage answer = Call(call);
     if (!answer)
         return false;
-    if (answer.IsError("org.freedesktop.login1.NoSessionForPID"))
+    if (IsNoSession(answer))
         return FindDisplaySession();
     const char* found = nullptr;
     if (!answer.ReadPath(found))

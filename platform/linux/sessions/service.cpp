@@ -33,6 +33,8 @@ bool SessionService::Register(HWND window) noexcept
     const Inside inside;
     if (!Window::Find(window))
         return false;
+    if (!FindClientLibrary()) // which has to be loaded before a lock is taken
+        return Fail(RPC_S_INVALID_BINDING);
     const std::lock_guard one(starting);
     {
         const std::lock_guard guard(lock);
