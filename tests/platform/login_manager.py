@@ -118,6 +118,11 @@ def display(session):
     refer(f"{ROOT}/user/{os.getuid()}", MANAGER + ".User", "Display", session)
 
 
+def change(*unknown, **properties):
+    """What the signal tells of a change: the values that there are now, and the names of others."""
+    return [MANAGER + ".Session", dbus.Dictionary(properties, signature="sv"), dbus.Array(unknown, signature="s")]
+
+
 def forge(path, interface, name, *values):
     """A signal to each connection, from somebody who is not the manager."""
     connection = dbusmock.DBusTestCase.get_dbus(True)
@@ -129,14 +134,6 @@ def forge(path, interface, name, *values):
         connection.send_message(message)
     connection.flush()
     connection.name_has_owner(MANAGER)  # behind all of them
-
-
-def freeze(process):
-    process.send_signal(signal.SIGSTOP)
-
-
-def thaw(process):
-    process.send_signal(signal.SIGCONT)
 
 
 atexit.register(stop_bus)

@@ -115,8 +115,11 @@ bool BusConnection::Sleep(std::uint64_t until) noexcept
 {
     pollfd descriptors[2] = {{-1, 0, 0}, {-1, 0, 0}}; // those below 0 are passed over
     if (bus) {
+        const int events = library->getEvents(bus);
         descriptors[0].fd = library->getFd(bus);
-        descriptors[0].events = static_cast<short>(std::max(library->getEvents(bus), 0));
+        descriptors[0].events = static_cast<short>(events);
+        if (events < 0) // it is broken, which the next step of work tells
+            until = 0;
     }
     if (bell) {
         descriptors[1].fd = bell->GetDescriptor();

@@ -21,7 +21,6 @@ constexpr const char* busName = "org.freedesktop.DBus";
 constexpr const char* busPath = "/org/freedesktop/DBus";
 
 constexpr std::uint64_t timeout = 500; // milliseconds, for all calls of one question
-constexpr int signalsAtOnce = 100; // before the state is told
 constexpr std::size_t nameLimit = 255;
 
 // "" is no session.
@@ -147,8 +146,8 @@ bool LoginManager::ReadOwner()
     return true;
 }
 
-// Signals that come before an answer are older than it, and are taken in behind it: but then so is the signal
-// of what the answer already has, so in the end what was last said stands.
+// Signals that come before an answer are older than it, but are taken in behind it: then so is the last of
+// them, which tells what the answer already has.
 bool LoginManager::Read()
 {
     return FindSession() && ReadSession() && ReadConsole();
@@ -239,18 +238,14 @@ void LoginManager::Adopt(Reading reading) noexcept
     state.isLocked = isThere && lock.IsLocked();
 }
 
-bool LoginManager::TakeSignals() noexcept
+bool LoginManager::TakeNextSignal() noexcept
 try {
-    for (int i = 0; i < signalsAtOnce; ++i) {
-        BusMessage signal;
-        deadline = GetTickCount64() + timeout;
-        const bool knows = bus.Receive(signal) && (!signal || TakeSignal(signal));
-        if (!knows)
-            bus.Close();
-        if (!knows || !signal)
-            return knows;
-    }
-    return true;
+    BusMessage signal;
+    deadline = GetTickCount64() + timeout;
+    const bool knows = bus.Receive(signal) && (!signal || TakeSignal(signal));
+    if (!knows)
+        bus.Close();
+    return knows;
 } catch (const std::bad_alloc&) {
     bus.Close();
     return false;

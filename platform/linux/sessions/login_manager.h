@@ -25,11 +25,11 @@ public:
 
     // Connects and asks for the state, in half a second at most.
     bool Ask() noexcept;
-    // The same, and from now on TakeSignals learns of changes. The state of before counts for what can only
-    // be seen as a change.
+    // The same, and from now on TakeNextSignal learns of changes. The state of before counts for what can
+    // only be seen as a change.
     bool Follow() noexcept;
-    // Takes in all that has arrived. False when it no longer knows: it is to follow again, later.
-    bool TakeSignals() noexcept;
+    // Takes in one that has arrived, if any. False when it no longer knows: it is to follow again, later.
+    bool TakeNextSignal() noexcept;
     void Close() noexcept { bus.Close(); }
     // As BusConnection.
     bool Wait(std::uint64_t until) noexcept { return bus.Wait(until); }

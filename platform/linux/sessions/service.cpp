@@ -161,8 +161,8 @@ void SessionService::Serve() noexcept
     std::uint64_t delay = firstFollowDelay;
     std::uint64_t followAt = 0;
     while (!bell.IsTheEnd()) {
-        const bool knows =
-            manager.IsFollowing() ? manager.TakeSignals() : GetTickCount64() >= followAt && manager.Follow();
+        const bool knows = manager.IsFollowing() ? manager.TakeNextSignal()
+                                                 : GetTickCount64() >= followAt && manager.Follow();
         if (knows)
             delay = firstFollowDelay;
         else if (GetTickCount64() >= followAt) {
