@@ -7,6 +7,7 @@
 
 using Io::IfExists;
 using Io::IfMissing;
+using namespace std::string_literals;
 
 namespace {
 
@@ -31,11 +32,6 @@ Names List(
         names.insert(entry->GetName().c_str());
     }
     return names;
-}
-
-std::string FailureToMake(const FacePtr<Io::Path>& path)
-{
-    return FailureOf([&] { path->OpenFolder(IfExists::Open, IfMissing::Create, true); });
 }
 
 } // namespace
@@ -66,12 +62,15 @@ TEST(OpenFolder, OpensOrMakesAsAsked)
         };
         EXPECT_EQ(FailureOf(open), c.failure) << c.name;
     }
-    EXPECT_TRUE(folder.Has("a/b") && folder.Has("a/c") && !folder.Has("nowhere"));
-    EXPECT_EQ(FailureToMake(PathOf(u"Q:\\a\\b")), "create 3 notFound");
     // What was made of a path is taken back when a level fails.
-    const std::u16string tooLong = u"\\d\\e\\" + std::u16string(200, u'\x4E00');
-    EXPECT_EQ(FailureToMake(PathOf(folder.Text("a") + tooLong)), "create 206 206");
-    EXPECT_TRUE(folder.Has("a") && !folder.Has("a/d"));
+    const std::u16string tooLong = folder.Text("a") + u"\\d\\e\\" + std::u16string(200, u'\x4E00');
+    for (const auto& [path, failure] :
+        {std::pair(u"Q:\\a\\b"s, "create 3 notFound"), {tooLong, "create 206 206"}})
+        EXPECT_EQ(FailureOf([&, &text = path] {
+            PathOf(text)->OpenFolder(IfExists::Open, IfMissing::Create, true);
+        }),
+            failure);
+    EXPECT_TRUE(folder.Has("a/b") && folder.Has("a/c") && !folder.Has("a/d") && !folder.Has("nowhere"));
     const FacePtr<Io::Path> deep = PathOf(folder.Text("deep/below"));
     unsigned allocation = 0;
     const auto isMade = [&] {
@@ -116,59 +115,49 @@ TEST(Enumerate, GivesWhatPatternAndFilterLet)
 TEST(PathOnDisk, ReachesEveryNameThatCanExist)
 {
     const TemporaryFolder folder;
-    folder.MakeFolder("tree");
     const std::set<std::string> names{"a:b", "back\\slash", "bar|", "\xff\xfe", "dot.", "blank ", "*?",
         "\x01", "\xEF\x80\xBA", std::string(255, 'n'), "ordinary"};
     for (const std::string& name : names)
-        folder.MakeFile("tree/" + name, name);
-    const FacePtr<Io::Path> tree = PathOf(folder.Text("tree"));
+        folder.MakeFile(name, name);
     std::set<std::string> found;
-    for (const std::u16string& name : List(tree, u"")) {
-        const FacePtr<Io::Path> entry = PathOf(folder.Text("tree\\") + name);
+    for (const std::u16string& name : List(PathOf(folder.Text()), u"")) {
+        const FacePtr<Io::Path> entry = PathOf(folder.Text() + u"\\" + name);
         found.insert(
             TextOf(entry->OpenFile(Io::AccessMode::Read, Io::ShareMode::Read, IfExists::Open, IfMissing::Fail)
                        ->Read(0, 1000)));
+        entry->Delete(false);
     }
     EXPECT_EQ(found, names);
-    tree->Delete(true);
-    EXPECT_FALSE(folder.Has("tree"));
+    EXPECT_TRUE(folder.Names().empty());
 }
 
 TEST(Delete, RemovesWhatStandsThereAndLinksAsLinks)
 {
     const TemporaryFolder folder;
-    folder.MakeFolder("kept");
     folder.MakeFile("kept/file");
-    folder.MakeFolder("tree");
-    folder.MakeFolder("tree/sub");
     folder.MakeFile("tree/sub/file");
-    folder.MakeLink("../kept", "tree/link");
     folder.MakeLink("kept", "toFolder");
     folder.MakeLink("nowhere", "dangling");
-    const auto path = [&](const char* name) { return PathOf(folder.Text(name)); };
-    EXPECT_EQ(FailureOf([&] { path("tree")->Delete(false); }), "remove 145 145");
-    path("none")->Delete(true);
-    path("tree")->Delete(true);
-    path("toFolder")->Delete(true);
-    path("dangling")->Delete(false);
-    path("kept/file")->Delete(true);
+    const std::tuple<std::u16string, bool, std::string> steps[] = {
+        {folder.Text("tree"), false, "remove 145 145"}, {folder.Text("none"), true, ""},
+        {folder.Text("tree"), true, ""}, {folder.Text("toFolder"), true, ""},
+        {folder.Text("dangling"), false, ""}, {u"C:", true, "remove 5 5"}};
+    for (const auto& [path, recursive, failure] : steps)
+        EXPECT_EQ(FailureOf([&, &text = path, &all = recursive] { PathOf(text)->Delete(all); }), failure)
+            << Narrow(path);
     EXPECT_EQ(folder.Names(), std::set<std::string>{"kept"});
-    EXPECT_EQ(FailureOf([] { PathOf(u"C:")->Delete(true); }), "remove 5 5");
+    EXPECT_TRUE(folder.Has("kept/file"));
 }
 
 TEST(Delete, NamesWhatItStoppedAt)
 {
     const TemporaryFolder folder;
-    folder.MakeFolder("tree");
-    folder.MakeFolder("tree/closed");
     folder.MakeFile("tree/closed/file");
-    ::chmod(folder.Path("tree").c_str(), 0777);
     ::chmod(folder.Path("tree/closed").c_str(), 0555);
-    const auto deleteTree = [&] { PathOf(folder.Text("tree"))->Delete(true); };
-    const auto stopsAtFile = [&] {
+    EXPECT_EQ(AsOrdinaryUser([&] {
         std::string message;
+        const auto deleteTree = [&] { PathOf(folder.Text("tree"))->Delete(true); };
         return FailureOf(deleteTree, &message) == "delete 5 5" && message.ends_with("\\tree\\closed\\file'.");
-    };
-    EXPECT_EQ(AsOrdinaryUser(stopsAtFile), 1);
-    EXPECT_TRUE(folder.Has("tree/closed/file"));
+    }),
+        1);
 }

@@ -1,7 +1,6 @@
-#include "io/memory/memory_factory.h"
+#include "io/memory/file_impl.h"
 #include "tests/allocation_plan.h"
 #include "tests/io/streams.h"
-#include <tessel/io/file.h>
 
 #include <gtest/gtest.h>
 
@@ -11,16 +10,9 @@ namespace {
 
 FacePtr<Io::File> NewFile(const std::string& contents = "")
 {
-    FacePtr<BaseFace> made;
-    MakeFace<Impl<Io::Memory::MemoryFactory, Module>>()->CreateInstance(Io::memoryFileClass, made);
-    FacePtr<Io::File> file = made.Cast<Io::File>("test");
+    FacePtr<Io::File> file = MakeFace<Impl<Io::Memory::FileImpl, Module>>();
     file->Write(0, BinaryOf(contents));
     return file;
-}
-
-std::string Contents(const FacePtr<Io::File>& file)
-{
-    return TextOf(file->Read(0, 0xFFFFFFFF));
 }
 
 } // namespace
@@ -33,7 +25,7 @@ TEST(MemoryFile, SharesWhatIsWrittenAndReadAsAWhole)
     Binary read = file->Read(0, written.GetSize());
     EXPECT_EQ(read.GetData(), written.GetData());
     read.GetWritableData()[0] = 'W';
-    EXPECT_EQ(Contents(file), "whole");
+    EXPECT_EQ(TextOf(file->Read(0, 0xFFFFFFFF)), "whole");
 }
 
 TEST(MemoryFile, LeavesWhatReadersHoldAndFillsGapsWithZeros)
@@ -47,7 +39,7 @@ TEST(MemoryFile, LeavesWhatReadersHoldAndFillsGapsWithZeros)
     file->SetSize(3);
     file->SetSize(4);
     file->Write(6, BinaryOf("c"));
-    EXPECT_EQ(Contents(file), std::string("aby\0\0\0c", 7));
+    EXPECT_EQ(TextOf(file->Read(0, 0xFFFFFFFF)), std::string("aby\0\0\0c", 7));
     EXPECT_EQ(TextOf(reader), "wxyz");
     EXPECT_EQ(TextOf(source->Read()), std::string("aby\0", 4)); // as far as the file went
     EXPECT_TRUE(source->IsAtEnd() && source->Read().IsEmpty() && file->Read(7, 1).IsEmpty());
@@ -65,7 +57,7 @@ TEST(MemoryFile, IsUnharmedByWhatItCannotHold)
     const std::function<void()> operations[] = {[&] { file->SetSize(2); }, [&] { file->SetSize(2000); },
         [&] { file->Write(1, byte); }, [&] { file->Write(3000, byte); }, [&] { file->Read(1, 2); }};
     for (const auto& operation : operations) {
-        EXPECT_EQ(Contents(file), "wxyz");
+        EXPECT_EQ(TextOf(file->Read(0, 0xFFFFFFFF)), "wxyz");
         AllocationPlan::FailNth(1);
         EXPECT_THROW(operation(), std::bad_alloc);
     }

@@ -18,22 +18,15 @@ struct BufferedSource {
     std::string Read(int count)
     {
         std::string blocks;
-        for (std::string block; count > 0; --count) {
-            block = TextOf(buffered->Read());
-            blocks += (block.empty() ? "-" : block) + " ";
+        while (count-- > 0) {
+            const Binary block = buffered->Read();
+            blocks += (block.IsEmpty() ? "-" : TextOf(block)) + " ";
         }
         return blocks;
     }
 
     FacePtr<ScriptedSource> below = MakeFace<Impl<ScriptedSource, Module>>();
     FacePtr<Io::BufferingSource> buffered = Factory()->CreateSource(below);
-};
-
-struct BufferedSink {
-    void Write(const std::string& bytes) { buffered->Write(BinaryOf(bytes)); }
-
-    FacePtr<NotingSink> below = MakeFace<Impl<NotingSink, Module>>();
-    FacePtr<Io::BufferingSink> buffered = Factory()->CreateSink(below);
 };
 
 } // namespace
@@ -94,32 +87,34 @@ TEST(BufferingSource, LosesNothingForWantOfMemory)
 
 TEST(BufferingSink, CutsAndJoinsToTheRange)
 {
-    BufferedSink sink;
+    const FacePtr<NotingSink> below = MakeFace<Impl<NotingSink, Module>>();
+    const FacePtr<Io::BufferingSink> buffered = Factory()->CreateSink(below);
+    const auto write = [&](const char* bytes) { buffered->Write(BinaryOf(bytes)); };
     const Binary block = BinaryOf("whole");
-    sink.buffered->Write(block);
-    EXPECT_EQ(sink.below->last.GetData(), block.GetData()); // not copied
-    sink.buffered->SetBlockRange(4, 8);
-    sink.Write("abc");
-    EXPECT_EQ(std::exchange(sink.below->noted, ""), "whole ");
-    sink.Write("def");
-    sink.Write("0123456789012345678");
-    EXPECT_EQ(sink.below->noted, "abcdef 01234567 89012345 ");
-    sink.buffered->SetBlockRange(2, 2); // what waits goes out under the new limits, before more joins it
-    sink.Write("x");
-    sink.buffered->SetBlockRange(4, 8);
-    sink.Write("yz");
-    sink.buffered->Flush();
-    sink.buffered->Flush();
-    EXPECT_EQ(std::exchange(sink.below->noted, ""), "abcdef 01234567 89012345 67 8x yz | | ");
+    buffered->Write(block);
+    EXPECT_EQ(below->last.GetData(), block.GetData()); // not copied
+    buffered->SetBlockRange(4, 8);
+    write("abc");
+    EXPECT_EQ(std::exchange(below->noted, ""), "whole ");
+    write("def");
+    write("0123456789012345678");
+    EXPECT_EQ(below->noted, "abcdef 01234567 89012345 ");
+    buffered->SetBlockRange(2, 2); // what waits goes out under the new limits, before more joins it
+    write("x");
+    buffered->SetBlockRange(4, 8);
+    write("yz");
+    buffered->Flush();
+    buffered->Flush();
+    EXPECT_EQ(std::exchange(below->noted, ""), "abcdef 01234567 89012345 67 8x yz | | ");
     // When the sink below fails, the bytes are there again.
-    sink.buffered->SetBlockRange(4, 4);
-    sink.Write("ab");
-    sink.below->untilFailure = 2;
-    EXPECT_THROW(sink.Write("cdefgh"), Error);
-    sink.Write("cdefgh"); // a block that was taken comes again
-    sink.Write("ij");
-    sink.below->untilFailure = 1;
-    EXPECT_THROW(sink.buffered->Flush(), Error);
-    sink.buffered->Flush();
-    EXPECT_EQ(sink.below->noted, "abcd abcd efgh ij | ");
+    buffered->SetBlockRange(4, 4);
+    write("ab");
+    below->untilFailure = 2;
+    EXPECT_THROW(write("cdefgh"), Error);
+    write("cdefgh"); // a block that was taken comes again
+    write("ij");
+    below->untilFailure = 1;
+    EXPECT_THROW(buffered->Flush(), Error);
+    buffered->Flush();
+    EXPECT_EQ(below->noted, "abcd abcd efgh ij | ");
 }

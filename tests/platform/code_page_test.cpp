@@ -33,19 +33,6 @@ std::string ToBytes(std::uint32_t codePage, const std::u16string& text)
     return narrow;
 }
 
-// The C library's idea of a byte, with the unit that it puts back behind a shift; 0xFFFD for none.
-char16_t LibraryUnit(iconv_t descriptor, unsigned char byte)
-{
-    char* source = reinterpret_cast<char*>(&byte);
-    char16_t unit = 0xFFFD;
-    char* target = reinterpret_cast<char*>(&unit);
-    std::size_t sourceBytes = 1;
-    std::size_t room = sizeof(unit);
-    iconv(descriptor, &source, &sourceBytes, &target, &room);
-    iconv(descriptor, nullptr, nullptr, &target, &room);
-    return unit;
-}
-
 } // namespace
 
 TEST(CodePage, OfOneByteAgreesWithTheLibraryInEachByte)
@@ -53,12 +40,15 @@ TEST(CodePage, OfOneByteAgreesWithTheLibraryInEachByte)
     for (std::uint32_t page = 1250; page <= 1258; ++page) {
         EXPECT_TRUE(IsValidCodePage(page));
         const iconv_t descriptor = iconv_open("UTF-16LE", ("CP" + std::to_string(page)).c_str());
-        for (unsigned byte = 0; byte < 256; ++byte) {
-            const std::string text(1, static_cast<char>(byte));
-            const std::u16string wide = ToWide(page, text);
-            EXPECT_EQ(wide, std::u16string(1, LibraryUnit(descriptor, static_cast<unsigned char>(byte))))
-                << page << " " << byte;
-            EXPECT_EQ(ToBytes(page, wide), wide == u"\xFFFD" ? "?" : text) << page << " " << byte;
+        for (int byte = 0; byte < 256; ++byte) {
+            std::string text(1, static_cast<char>(byte));
+            std::u16string expected = u"\xFFFD"; // for none
+            char* ends[] = {text.data(), reinterpret_cast<char*>(expected.data())};
+            std::size_t lefts[] = {1, 2};
+            iconv(descriptor, &ends[0], &lefts[0], &ends[1], &lefts[1]);
+            iconv(descriptor, nullptr, nullptr, &ends[1], &lefts[1]); // what it puts back behind a shift
+            EXPECT_EQ(ToWide(page, text), expected) << page << " " << byte;
+            EXPECT_EQ(ToBytes(page, expected), expected == u"\xFFFD" ? "?" : text) << page << " " << byte;
         }
         iconv_close(descriptor);
     }
@@ -66,21 +56,18 @@ TEST(CodePage, OfOneByteAgreesWithTheLibraryInEachByte)
 
 TEST(CodePage, IsFoundUnderTheSystemsNumber)
 {
-    const struct {
-        std::uint32_t page;
-        const char16_t* wide;
-        std::string bytes;
-    } cases[] = {{0, u"a\xE9\x4E2D\xD83D\xDE00", "a\xC3\xA9\xE4\xB8\xAD\xF0\x9F\x98\x80"},
+    const std::tuple<std::uint32_t, const char16_t*, std::string> cases[] = {
+        {0, u"a\xE9\x4E2D\xD83D\xDE00", "a\xC3\xA9\xE4\xB8\xAD\xF0\x9F\x98\x80"},
         {65001, u"a\xE9", "a\xC3\xA9"}, {1252, u"\x20AC\xE9", "\x80\xE9"}, {437, u"\xE9", "\x82"},
         {932, u"\x65E5\xFF71", "\x93\xFA\xB1"}, {936, u"\x4E2D", "\xD6\xD0"}, {949, u"\xD55C", "\xC7\xD1"},
         {950, u"\x4E2D", "\xA4\xA4"}, {20127, u"a", "a"}, {20866, u"\x430", "\xC1"},
         {28605, u"\x20AC", "\xA4"},
         {50220, u"a\x65E5", "a\x1B$BF|\x1B(B"}, // it ends in the shift state in which it began
         {54936, u"\xD83D\xDE00", "\x94\x39\xFC\x36"}, {37, u"A", "\xC1"}};
-    for (const auto& c : cases) {
-        EXPECT_TRUE(IsValidCodePage(c.page)) << c.page;
-        EXPECT_EQ(ToBytes(c.page, c.wide), c.bytes) << c.page;
-        EXPECT_TRUE(ToWide(c.page, c.bytes) == c.wide) << c.page;
+    for (const auto& [page, wide, bytes] : cases) {
+        EXPECT_TRUE(IsValidCodePage(page)) << page;
+        EXPECT_EQ(ToBytes(page, wide), bytes) << page;
+        EXPECT_EQ(ToWide(page, bytes), wide) << page;
     }
     for (const std::uint32_t page : {1U, 1200U, 1201U, 1249U, 1259U, 12000U, 99999U, UINT_MAX})
         EXPECT_FALSE(IsValidCodePage(page)) << page;
@@ -88,21 +75,18 @@ TEST(CodePage, IsFoundUnderTheSystemsNumber)
 
 TEST(CodePage, PutsAReplacementForWhatItLacks)
 {
-    const struct {
-        std::uint32_t page;
-        std::u16string wide;
-        const char* bytes;
-    } toBytes[] = {{1252, u"\x4E2D\xD83D\xDE00x\xD83D", "??x?"}, // one for a pair, one for half of it
+    const std::tuple<std::uint32_t, std::u16string, const char*> toBytes[] = {
+        {1252, u"\x4E2D\xD83D\xDE00x\xD83D", "??x?"}, // one for a pair, one for half of it
         {932, u"\xE9\x65E5\xD83D\xDE00\xDE00", "?\x93\xFA??"},
         {50220, u"\x65E5\xD55Cz", "\x1B$BF|\x1B(B?z"}, // in the shift state of ASCII
         {65001, u"\xD83Dx\xDE00", "\xEF\xBF\xBDx\xEF\xBF\xBD"}};
-    for (const auto& c : toBytes)
-        EXPECT_EQ(ToBytes(c.page, c.wide), c.bytes) << c.page;
+    for (const auto& [page, wide, bytes] : toBytes)
+        EXPECT_EQ(ToBytes(page, wide), bytes) << page;
+    EXPECT_EQ(ToWide(1253, "a\xD2z"), u"a\xFFFDz");
+    EXPECT_EQ(ToWide(932, "a\x93"), u"a\xFFFD"); // only the first of two bytes
+    EXPECT_EQ(ToWide(65001, "a\xE4\xB8z"), u"a\xFFFDz");
     char bytes[4];
     EXPECT_EQ(WideCharToMultiByte(932, 0, u"abc", -1, bytes, 4), 4) << "with the terminator";
-    EXPECT_TRUE(ToWide(1253, "a\xD2z") == u"a\xFFFDz");
-    EXPECT_TRUE(ToWide(932, "a\x93") == u"a\xFFFD"); // only the first of two bytes
-    EXPECT_TRUE(ToWide(65001, "a\xE4\xB8z") == u"a\xFFFDz");
 }
 
 TEST(CodePage, ConvertsTextsLongerThanItsOwnBlocks)
@@ -113,10 +97,10 @@ TEST(CodePage, ConvertsTextsLongerThanItsOwnBlocks)
             wide += i % 7 == 0 ? u"a" : u"\x434";
         const std::string bytes = ToBytes(page, wide);
         EXPECT_TRUE(ToWide(page, bytes) == wide) << page;
-        std::string room(bytes.size() - 1, '\0');
+        std::string room(bytes.size(), '\0');
+        const int less = static_cast<int>(room.size()) - 1;
         SetLastError(0);
-        EXPECT_EQ(
-            WideCharToMultiByte(page, 0, wide.data(), 5000, room.data(), static_cast<int>(room.size())), 0);
+        EXPECT_EQ(WideCharToMultiByte(page, 0, wide.data(), 5000, room.data(), less), 0);
         EXPECT_EQ(GetLastError(), ERROR_INSUFFICIENT_BUFFER) << page;
     }
 }

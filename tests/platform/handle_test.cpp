@@ -38,11 +38,6 @@ std::uint32_t ErrorOfFinding(Handle handle, std::uint32_t access = 0)
     return FindHandle<Probe>(handle, access) ? ERROR_SUCCESS : GetLastError();
 }
 
-Handle Changed(Handle handle, std::uint64_t difference)
-{
-    return static_cast<Handle>(static_cast<std::uint64_t>(handle) + difference);
-}
-
 } // namespace
 
 TEST(Handles, FindOutEveryNumberThatIsNoOpenHandleOfTheirKind)
@@ -50,9 +45,10 @@ TEST(Handles, FindOutEveryNumberThatIsNoOpenHandleOfTheirKind)
     const Handle closed = MakeProbe();
     ASSERT_TRUE(CloseHandle(closed));
     const Handle open = MakeProbe(); // most likely in the same slot
-    const Handle cases[] = {NULL_HANDLE, INVALID_HANDLE_VALUE, closed, Changed(open, 1),
-        Changed(open, 1ULL << 32), Changed(open, 1ULL << 33), Changed(open, 0x00FFFFFF),
-        static_cast<Handle>(1), static_cast<Handle>(1ULL << 32)};
+    const auto number = static_cast<std::uint64_t>(open);
+    const Handle cases[] = {NULL_HANDLE, INVALID_HANDLE_VALUE, closed, Handle{number + 1},
+        Handle{number + (1ULL << 32)}, Handle{number + (1ULL << 33)}, Handle{number + 0x00FFFFFF}, Handle{1},
+        Handle{1ULL << 32}};
     for (const Handle handle : cases) {
         EXPECT_EQ(ErrorOfFinding(handle), ERROR_INVALID_HANDLE)
             << std::hex << static_cast<std::uint64_t>(handle);

@@ -17,13 +17,6 @@ namespace {
 
 constexpr const char* refused = "(refused)";
 
-std::string ToNarrow(const std::u16string& text)
-{
-    std::string narrow(Utf16ToUtf8Length(text.data(), text.size()), '\0');
-    Utf16ToUtf8(text.data(), text.size(), narrow.data(), narrow.size());
-    return narrow;
-}
-
 // Measures, then formats into exactly that much room, and into half of it.
 template <class Char>
 std::basic_string<Char> Formatted(const Char* format, std::va_list arguments)
@@ -31,17 +24,16 @@ std::basic_string<Char> Formatted(const Char* format, std::va_list arguments)
     const int length = FormatPrintf(static_cast<Char*>(nullptr), 0, format, arguments);
     if (length < 0)
         return std::basic_string<Char>(refused, refused + std::strlen(refused));
-    std::basic_string<Char> text;
-    for (const std::size_t room :
-        {static_cast<std::size_t>(length) / 2 + 1, static_cast<std::size_t>(length) + 1}) {
+    std::basic_string<Char> texts[2];
+    for (std::size_t i = 0; i < 2; ++i) {
+        const std::size_t room = static_cast<std::size_t>(length) / (2 - i) + 1;
         const auto buffer = std::make_unique<Char[]>(room);
         EXPECT_EQ(FormatPrintf(buffer.get(), room, format, arguments), length);
         EXPECT_EQ(buffer[room - 1], Char{});
-        const std::basic_string<Char> half = text;
-        text.assign(buffer.get(), room - 1);
-        EXPECT_TRUE(text.starts_with(half));
+        texts[i].assign(buffer.get(), room - 1);
     }
-    return text;
+    EXPECT_TRUE(texts[1].starts_with(texts[0]));
+    return texts[1];
 }
 
 std::string Narrow(const char* format, ...)
@@ -59,7 +51,9 @@ std::string Wide(const char16_t* format, ...)
     va_start(arguments, format);
     const std::u16string text = Formatted(format, arguments);
     va_end(arguments);
-    return ToNarrow(text);
+    std::string narrow(Utf16ToUtf8Length(text.data(), text.size()), '\0');
+    Utf16ToUtf8(text.data(), text.size(), narrow.data(), narrow.size());
+    return narrow;
 }
 
 // The same conversion by the C library, by the narrow engine, and by the wide one.

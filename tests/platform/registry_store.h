@@ -16,13 +16,24 @@ class TemporaryRegistry : public TemporaryFolder {
 public:
     TemporaryRegistry() { ::setenv("TESSEL_REGISTRY", Path().c_str(), 1); }
 
-    struct stat Status(const std::string& name) const
+    // Of what lies there, 0 if there is nothing.
+    mode_t Mode(const std::string& name) const
     {
         struct stat status { };
-        EXPECT_EQ(::lstat(Path(name).c_str(), &status), 0) << name;
-        return status;
+        ::lstat(Path(name).c_str(), &status);
+        return status.st_mode & 0777U;
     }
 };
+
+// One step of an enumeration, of keys or of values.
+inline std::uint32_t NameAt(auto next, Platform::Handle key, std::uint32_t index, std::u16string& name)
+{
+    std::uint32_t chars = 16384;
+    name.resize(chars);
+    const std::uint32_t code = next(key, index, name.data(), &chars, nullptr, nullptr, nullptr, nullptr);
+    name.resize(code == 0 ? chars : 0);
+    return code;
+}
 
 class Key {
 public:
@@ -78,18 +89,13 @@ public:
     }
 
 private:
-    template <class Next>
-    std::vector<std::u16string> Enumerate(Next next) const
+    std::vector<std::u16string> Enumerate(auto next) const
     {
         std::vector<std::u16string> names;
-        thread_local char16_t name[16384];
-        std::uint32_t chars = 16384;
+        std::u16string name;
         std::uint32_t code = 0;
-        for (std::uint32_t index = 0;
-             (code = next(handle, index, name, &chars, nullptr, nullptr, nullptr, nullptr)) == 0; ++index) {
-            names.emplace_back(name, chars);
-            chars = 16384;
-        }
+        while ((code = NameAt(next, handle, static_cast<std::uint32_t>(names.size()), name)) == 0)
+            names.push_back(name);
         EXPECT_EQ(code, Platform::ERROR_NO_MORE_ITEMS);
         std::sort(names.begin(), names.end());
         return names;
@@ -98,13 +104,12 @@ private:
     Platform::Handle handle = Platform::NULL_HANDLE;
 };
 
-// Makes the key, as a step whose code is wanted and not the key.
-inline std::uint32_t MakeCode(Platform::Handle root, const char16_t* path)
+// NULL_HANDLE where it cannot be opened.
+inline Platform::Handle Opened(Platform::Handle root, const std::u16string& path, std::uint32_t access)
 {
-    Platform::Handle made;
-    const std::uint32_t code =
-        Platform::RegCreateKeyExW(root, path, 0, nullptr, 0, Platform::KEY_READ, nullptr, &made, nullptr);
-    return code != 0 ? code : Platform::RegCloseKey(made);
+    Platform::Handle opened;
+    Platform::RegOpenKeyExW(root, path.c_str(), 0, access, &opened);
+    return opened;
 }
 inline std::uint32_t OpenCode(
     Platform::Handle root, const std::u16string& path, std::uint32_t access = Platform::KEY_READ)
@@ -114,12 +119,14 @@ inline std::uint32_t OpenCode(
     const Key closed(opened);
     return code;
 }
-// NULL_HANDLE where it cannot be opened.
-inline Platform::Handle Opened(Platform::Handle root, const std::u16string& path, std::uint32_t access)
+// Makes the key, as a step whose code is wanted and not the key.
+inline std::uint32_t MakeCode(Platform::Handle root, const char16_t* path)
 {
-    Platform::Handle opened;
-    Platform::RegOpenKeyExW(root, path.c_str(), 0, access, &opened);
-    return opened;
+    Platform::Handle made;
+    const std::uint32_t code =
+        Platform::RegCreateKeyExW(root, path, 0, nullptr, 0, Platform::KEY_READ, nullptr, &made, nullptr);
+    const Key closed(made);
+    return code;
 }
 
 inline std::u16string Numbered(const char16_t* text, std::size_t number)

@@ -8,34 +8,13 @@
 
 using namespace Platform;
 
-namespace {
-
-// The folders d/d/d/..., each with a file, made without naming the whole path.
-void MakeDeepTree(const TemporaryFolder& folder, int levels)
-{
-    int at = ::open(folder.Path().c_str(), O_DIRECTORY);
-    for (int level = 0; level < levels; ++level) {
-        ASSERT_EQ(::mkdirat(at, "d", 0777), 0);
-        const int below = ::openat(at, "d", O_DIRECTORY);
-        ::close(at);
-        at = below;
-        ::close(::openat(at, "f", O_CREAT | O_WRONLY, 0666));
-    }
-    ::close(at);
-}
-
-} // namespace
-
 TEST(RemovingATree, TakesAllThatItHoldsAndNothingElse)
 {
     const TemporaryFolder folder;
-    folder.MakeFolder("outside");
     folder.MakeFile("outside/kept");
-    folder.MakeFolder("tree");
     for (const char* const name :
         {"tree/a:b", "tree/\xff\xfe", "tree/dot.", "tree/blank ", "tree/back\\slash"})
         folder.MakeFile(name);
-    folder.MakeFolder("tree/sub");
     folder.MakeFile("tree/sub/locked", "", 0000);
     folder.MakeLink("../outside", "tree/folderlink");
     folder.MakeLink("../outside/kept", "tree/sub/filelink");
@@ -74,8 +53,6 @@ TEST(RemovingATree, StopsAtTheFirstFailureAndTellsIt)
         {"tree", "tree/a", true, ERROR_ACCESS_DENIED, 0555}};
     for (const auto& c : cases) {
         const int exit = AsOrdinaryUser([&] {
-            folder.MakeFolder("tree");
-            folder.MakeFolder("tree/a");
             folder.MakeFile("tree/a/file");
             ::chmod(folder.Path(c.locked).c_str(), c.mode);
             char16_t path[200];
@@ -96,7 +73,9 @@ TEST(RemovingATree, StopsAtTheFirstFailureAndTellsIt)
 TEST(RemovingATree, HasNoLimitOfDepth)
 {
     const TemporaryFolder folder;
-    MakeDeepTree(folder, 300);
+    std::string place;
+    for (int level = 0; level < 300; ++level)
+        folder.MakeFile((place += "d/") + "f");
     folder.MakeFile("d/d/d/late"); // met after the deepest levels, when its folder is opened again
     EXPECT_EQ(InAnotherProcess([&] {
         const rlimit limit{64, 64};
@@ -111,8 +90,6 @@ TEST(RemovingATree, HasNoLimitOfDepth)
 TEST(RemovingATree, IsNotLedOutByALinkThatAppears)
 {
     const TemporaryFolder folder;
-    folder.MakeFolder("outside");
-    folder.MakeFolder("outside/sub");
     folder.MakeFile("outside/kept");
     folder.MakeFile("outside/sub/kept");
     folder.MakeLink(folder.Path("outside"), "bait");
@@ -126,9 +103,8 @@ TEST(RemovingATree, IsNotLedOutByALinkThatAppears)
     });
     long rounds = 0;
     for (; rounds < 100 || (swaps < 200 && rounds < 100'000); ++rounds) {
-        ::mkdir(folder.Path("tree").c_str(), 0777);
-        ::mkdir(folder.Path("tree/victim").c_str(), 0777);
-        ::mkdir(folder.Path("tree/victim/sub").c_str(), 0777);
+        std::error_code ignored; // the victim may be the bait just then
+        std::filesystem::create_directories(folder.Path("tree/victim/sub"), ignored);
         RemoveTreeW(folder.Text("tree").c_str(), nullptr);
         ASSERT_TRUE(folder.Has("outside/kept") && folder.Has("outside/sub/kept"))
             << "after " << rounds << " rounds";

@@ -20,13 +20,6 @@ bool Allows(std::uint32_t share, std::uint32_t access)
         && ((access & GENERIC_WRITE) == 0 || (share & FILE_SHARE_WRITE) != 0);
 }
 
-// What two opens are to each other; one that only looks neither hinders nor is hindered.
-bool GoTogether(
-    std::uint32_t access, std::uint32_t share, std::uint32_t otherAccess, std::uint32_t otherShare)
-{
-    return access == 0 || otherAccess == 0 || (Allows(share, otherAccess) && Allows(otherShare, access));
-}
-
 std::uint32_t ErrorOfOpen(const std::u16string& path, std::uint32_t access, std::uint32_t share,
     std::uint32_t disposition = OPEN_EXISTING)
 {
@@ -34,14 +27,15 @@ std::uint32_t ErrorOfOpen(const std::u16string& path, std::uint32_t access, std:
     return file == INVALID_HANDLE_VALUE ? GetLastError() : CloseHandle(file) ? ERROR_SUCCESS : 1;
 }
 
-// Tries every second open while there is this first one. Gives the number of wrong answers.
+// Tries every second open while there is this first one. Gives the number of wrong answers. One that only
+// looks neither hinders nor is hindered.
 int FaultsBeside(const std::u16string& path, std::uint32_t access, std::uint32_t share)
 {
     int faults = 0;
-    for (const std::uint32_t otherAccess : accesses)
+    for (const std::uint32_t other : accesses)
         for (std::uint32_t otherShare = 0; otherShare < 4; ++otherShare)
-            faults += (ErrorOfOpen(path, otherAccess, otherShare) == ERROR_SUCCESS)
-                != GoTogether(access, share, otherAccess, otherShare);
+            faults += (ErrorOfOpen(path, other, otherShare) == ERROR_SUCCESS)
+                != (access == 0 || other == 0 || (Allows(share, other) && Allows(otherShare, access)));
     return faults;
 }
 
@@ -126,47 +120,33 @@ TEST(SharingModes, KnowOtherProgramsOnlyByALockOnTheWholeFile)
     ::close(other);
 }
 
-// Threads open the file for themselves at the same time. Never do two have it, and none of them is ever left
-// out for good.
-TEST(SharingModes, LetOneOfManyWinAtTheSameTime)
+// Threads open the file at the same time, half of them for themselves alone: never do two of these have it,
+// and none is ever left out for good. Opens that go together never hinder each other.
+TEST(SharingModes, HoldBetweenThreadsAndRefuseNoneWithoutReason)
 {
     const TemporaryFolder folder;
-    folder.MakeFile("file", "x");
-    const std::u16string path = folder.Text("file");
+    folder.MakeFile("alone", "x");
+    folder.MakeFile("together", "x");
     std::atomic<int> holders{0};
     std::atomic<bool> shared{false};
+    std::atomic<int> refused{0};
     std::vector<std::jthread> threads;
-    for (int thread = 0; thread < 4; ++thread)
-        threads.emplace_back([&, access = thread % 2 == 0 ? GENERIC_READ : GENERIC_WRITE] {
-            for (int won = 0; won < 50;) {
+    for (const std::uint32_t access : accesses)
+        threads.emplace_back([&, access] {
+            const std::u16string path = folder.Text("alone");
+            for (int won = access == 0 ? 50 : 0; won < 50;) {
                 const Handle file = CreateFileW(path.c_str(), access, 0, OPEN_EXISTING, 0);
-                if (file == INVALID_HANDLE_VALUE) {
-                    std::this_thread::yield();
-                    continue;
+                if (file != INVALID_HANDLE_VALUE) {
+                    ++won;
+                    shared = shared || holders.fetch_add(1) != 0;
+                    holders.fetch_sub(1);
+                    CloseHandle(file);
                 }
-                ++won;
-                shared = shared || holders.fetch_add(1) != 0;
-                holders.fetch_sub(1);
-                CloseHandle(file);
             }
+            for (int i = 0; i < 3000; ++i)
+                refused += ErrorOfOpen(folder.Text("together"), access, 3) != ERROR_SUCCESS;
         });
     threads.clear();
     EXPECT_FALSE(shared);
-}
-
-// Opens that go together never hinder each other, even while others that do not come and go.
-TEST(SharingModes, NeverRefuseWithoutReason)
-{
-    const TemporaryFolder folder;
-    folder.MakeFile("file", "x");
-    const std::u16string path = folder.Text("file");
-    std::atomic<int> refused{0};
-    std::vector<std::jthread> threads;
-    for (int thread = 0; thread < 3; ++thread)
-        threads.emplace_back([&, access = accesses[1 + thread]] {
-            for (int i = 0; i < 3000; ++i)
-                refused += ErrorOfOpen(path, access, 3) != ERROR_SUCCESS;
-        });
-    threads.clear();
     EXPECT_EQ(refused, 0);
 }

@@ -40,12 +40,14 @@ public:
     std::string Path(const std::string& name = "") const { return name.empty() ? path : path + "/" + name; }
     std::u16string Text(const std::string& name = "") const { return PathText(Path(name)); }
 
+    // Files and folders come with the folders that they lie in.
     void MakeFile(const std::string& name, const std::string& content = "", mode_t mode = 0666) const
     {
+        std::filesystem::create_directories(std::filesystem::path(Path(name)).parent_path());
         std::ofstream(Path(name), std::ios::binary) << content;
         EXPECT_EQ(::chmod(Path(name).c_str(), mode), 0) << name;
     }
-    void MakeFolder(const std::string& name) const { std::filesystem::create_directory(Path(name)); }
+    void MakeFolder(const std::string& name) const { std::filesystem::create_directories(Path(name)); }
     void MakeLink(const std::string& target, const std::string& name) const
     {
         std::filesystem::create_symlink(target, Path(name));

@@ -12,49 +12,36 @@ using namespace std::string_literals;
 
 namespace {
 
-// ---- The judge: well-formed sequences as the Unicode Standard lists them (table 3-7), one row a line.
+// ---- The judge: well-formed sequences as the Unicode Standard lists them (table 3-7), one row a line: the
+// ranges of the first byte and of the second, and how many follow the first.
 
 struct WellFormed {
-    unsigned char first[2];
-    unsigned char second[2];
-    int following;
+    int first[2], second[2];
+    std::size_t following;
 };
 constexpr WellFormed wellFormed[] = {{{0x00, 0x7F}, {}, 0}, {{0xC2, 0xDF}, {0x80, 0xBF}, 1},
     {{0xE0, 0xE0}, {0xA0, 0xBF}, 2}, {{0xE1, 0xEC}, {0x80, 0xBF}, 2}, {{0xED, 0xED}, {0x80, 0x9F}, 2},
     {{0xEE, 0xEF}, {0x80, 0xBF}, 2}, {{0xF0, 0xF0}, {0x90, 0xBF}, 3}, {{0xF1, 0xF3}, {0x80, 0xBF}, 3},
     {{0xF4, 0xF4}, {0x80, 0x8F}, 3}};
 
-// How many bytes from `place` on match the row, at most as many as it has.
-int Matching(const WellFormed& row, const std::string& text, std::size_t place)
-{
-    int matching = 0;
-    for (; matching <= row.following && place < text.size(); ++matching, ++place) {
-        constexpr unsigned char others[2] = {0x80, 0xBF};
-        const unsigned char* const range = matching == 0 ? row.first : matching == 1 ? row.second : others;
-        const auto byte = static_cast<unsigned char>(text[place]);
-        if (byte < range[0] || byte > range[1])
-            break;
-    }
-    return matching;
-}
-
 std::u32string Decoded(const std::string& text)
 {
     std::u32string codes;
-    for (std::size_t place = 0; place < text.size();) {
-        int longest = 1;
-        char32_t code = 0xFFFD;
-        for (const WellFormed& row : wellFormed) {
-            const int matching = Matching(row, text, place);
-            longest = std::max(longest, matching);
-            if (matching != row.following + 1)
-                continue;
-            code = static_cast<unsigned char>(text[place]) & (matching == 1 ? 0x7F : 0x7F >> matching);
-            for (std::size_t i = 1; i < static_cast<std::size_t>(matching); ++i)
-                code = code << 6 | (text[place + i] & 0x3F);
-        }
-        codes += code;
-        place += static_cast<std::size_t>(longest);
+    std::size_t place = 0;
+    const auto isNext = [&](const int(&range)[2]) {
+        const int byte = place < text.size() ? static_cast<unsigned char>(text[place]) : -1;
+        return byte >= range[0] && byte <= range[1];
+    };
+    while (place < text.size()) {
+        const auto* const row = std::find_if(std::begin(wellFormed), std::end(wellFormed),
+            [&](const WellFormed& candidate) { return isNext(candidate.first); });
+        const std::size_t following = row == std::end(wellFormed) ? 0 : row->following;
+        char32_t code =
+            static_cast<unsigned char>(text[place++]) & (following == 0 ? 0x7F : 0x3F >> following);
+        std::size_t found = 0;
+        for (; found < following && isNext(found == 0 ? row->second : wellFormed[1].second); ++found)
+            code = code << 6 | (text[place++] & 0x3F);
+        codes += row == std::end(wellFormed) || found < following ? U'\xFFFD' : code;
     }
     return codes;
 }
@@ -96,17 +83,11 @@ template <class To, class From>
 Utf::Conversion Convert(const From* source, std::size_t units, To* target, std::size_t room, Utf::Road road)
 {
     if constexpr (sizeof(From) == 1)
-        return Utf::ToUtf16(source, units, target, room, road);
+        return target == nullptr ? Utf::MeasureUtf16(source, units, road)
+                                 : Utf::ToUtf16(source, units, target, room, road);
     else
-        return Utf::ToUtf8(source, units, target, room, road);
-}
-template <class From>
-Utf::Conversion Measure(const From* source, std::size_t units, Utf::Road road)
-{
-    if constexpr (sizeof(From) == 1)
-        return Utf::MeasureUtf16(source, units, road);
-    else
-        return Utf::MeasureUtf8(source, units, road);
+        return target == nullptr ? Utf::MeasureUtf8(source, units, road)
+                                 : Utf::ToUtf8(source, units, target, room, road);
 }
 
 // Converts the text by both roads, into all the room that it needs, into more, and into less by so much.
@@ -119,7 +100,7 @@ void ExpectConversion(const std::basic_string<From>& text, std::size_t less)
     const auto source = std::make_unique<From[]>(text.size());
     std::copy(text.begin(), text.end(), source.get());
     for (const Utf::Road road : {Utf::Road::Fastest, Utf::Road::Portable}) {
-        ASSERT_EQ(Measure(source.get(), text.size(), road).written, expected.size())
+        ASSERT_EQ(Convert<To>(source.get(), text.size(), nullptr, 0, road).written, expected.size())
             << testing::PrintToString(text);
         for (const std::size_t room : rooms) {
             const auto target = std::make_unique<To[]>(room);
@@ -176,11 +157,8 @@ TEST(Utf8, KnowsEverySequenceOfUpToFourBytes)
     const auto expected = Encoded<std::u16string>(Decoded(packed));
     for (const Utf::Road road : {Utf::Road::Fastest, Utf::Road::Portable}) {
         std::u16string text(expected.size(), u'\0');
-        const Utf::Conversion done =
-            Utf::ToUtf16(packed.data(), packed.size(), text.data(), text.size(), road);
-        EXPECT_EQ(done.read, packed.size());
-        EXPECT_TRUE(done.replaced);
-        EXPECT_TRUE(text == expected);
+        const auto done = Utf::ToUtf16(packed.data(), packed.size(), text.data(), text.size(), road);
+        EXPECT_TRUE(done.read == packed.size() && done.replaced && text == expected);
     }
 }
 

@@ -10,11 +10,6 @@ using namespace Platform;
 
 namespace {
 
-int Sign(int value)
-{
-    return (value > 0) - (value < 0);
-}
-
 // Two pages, behind which lies one that may not be touched; texts are put so that they end there.
 class GuardedPages {
 public:
@@ -95,17 +90,13 @@ TEST(Case, IsOfOneToOnePairsWithoutLocale)
 
 TEST(Case, IsBlindInComparisonAndOrdersByLowerCase)
 {
-    const struct {
-        const char16_t* left;
-        const char16_t* right;
-        int sign;
-    } cases[] = {
-        {u"", u"", 0}, {u"ABC", u"abc", 0}, {u"\xC4", u"\xE4", 0}, {u"abc", u"ABD", -1}, {u"ab", u"ABC", -1},
+    const std::tuple<const char16_t*, const char16_t*, int> cases[] = {{u"", u"", 0}, {u"ABC", u"abc", 0},
+        {u"\xC4", u"\xE4", 0}, {u"abc", u"ABD", -1}, {u"ab", u"ABC", -1},
         {u"_", u"A", -1}, // it lies above A, and below a
-        {u"K", u"\x212A", -1}, // the Kelvin sign
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(Sign(_wcsicmp(c.left, c.right)), c.sign);
-        EXPECT_EQ(Sign(_wcsicmp(c.right, c.left)), -c.sign);
+        {u"K", u"\x212A", -1}}; // the Kelvin sign
+    const auto sign = [](int value) { return (value > 0) - (value < 0); };
+    for (const auto& [left, right, expected] : cases) {
+        EXPECT_EQ(sign(_wcsicmp(left, right)), expected);
+        EXPECT_EQ(sign(_wcsicmp(right, left)), -expected);
     }
 }

@@ -1,8 +1,6 @@
 #include "tests/platform/temporary_folder.h"
 #include "tests/xml/documents.h"
 
-#include <gtest/gtest.h>
-
 using Xml::NodeType;
 
 namespace {
