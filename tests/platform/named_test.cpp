@@ -142,6 +142,26 @@ TEST(NamedObject, IsOneForAllWhoUseItsName)
     EXPECT_EQ(GetLastError(), ERROR_FILENAME_EXCED_RANGE);
 }
 
+// Threads ask for it as one kind and as the other, and let go of it at once.
+TEST(NamedObject, IsForAllThreadsWhatTheFirstOneMadeOfIt)
+{
+    const std::u16string name = NameInThisRun(u"either");
+    std::vector<std::jthread> threads;
+    threads.reserve(4);
+    for (int thread = 0; thread < 4; ++thread)
+        threads.emplace_back([&, thread] {
+            for (int i = 0; i < 3000; ++i) {
+                const int kind = (i / 7 + thread) % 3;
+                const OwnedHandle opened(kind == 0 ? CreateMutexW(true, name.c_str())
+                        : kind == 1                ? CreateEventW(true, true, name.c_str())
+                                                   : OpenEventW(SYNCHRONIZE, name.c_str()));
+                const std::uint32_t result = WaitForSingleObject(opened, kind == 0 ? INFINITE : 0);
+                EXPECT_EQ(result, opened == NULL_HANDLE ? WAIT_FAILED : WAIT_OBJECT_0);
+                while (ReleaseMutex(opened)) { }
+            }
+        });
+}
+
 // Two are asleep, and two sets follow without a pause: each releases one.
 TEST(NamedEvent, ReleasesASleeperForEachOfTwoQuickSets)
 {

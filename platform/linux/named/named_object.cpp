@@ -21,12 +21,12 @@ public:
 
 private:
     static std::map<std::u16string_view, NamedObject*>& Names() noexcept;
-    static ObjectRef<NamedObject> FindOpen(std::u16string_view name) noexcept;
+    static ObjectRef<NamedObject> FindOrEnter(NamedObject& made);
     static bool OpenFile(NamedObject& object, const NamedRequest& request) noexcept;
     static bool IsAskedFor(const NamedObject& object, const NamedRequest& request) noexcept;
 
-    // Guards the map, and that a name is opened once. A reference is never dropped under it, for the last one
-    // takes it; other processes are waited for, as long as they open or close this name.
+    // Guards the map. A reference is never dropped under it, for the last one takes it. Taken after an
+    // object's own lock.
     static constinit std::mutex lock;
 };
 constinit std::mutex OpenNames::lock;
@@ -59,13 +59,17 @@ std::map<std::u16string_view, NamedObject*>& OpenNames::Names() noexcept
     return *made;
 }
 
-// One whose last reference has just gone does not count: it closes its file beside the new one.
-ObjectRef<NamedObject> OpenNames::FindOpen(std::u16string_view name) noexcept
+// The one of the name, perhaps not open yet; empty if the new one is now that. One whose last reference has
+// just gone does not count: it closes its file beside the new one.
+ObjectRef<NamedObject> OpenNames::FindOrEnter(NamedObject& made)
 {
-    const auto found = Names().find(name);
-    return found != Names().end() && found->second->AddReferenceIfAlive()
-        ? ObjectRef<NamedObject>::Adopt(found->second)
-        : ObjectRef<NamedObject>();
+    const std::lock_guard guard(lock);
+    const auto found = Names().find(made.name);
+    if (found != Names().end() && found->second->AddReferenceIfAlive())
+        return ObjectRef<NamedObject>::Adopt(found->second);
+    Names().erase(made.name); // with a key that is a dying object's
+    Names().emplace(made.name, &made);
+    return {};
 }
 
 // True with the last error as CreateEventW tells it.
@@ -94,18 +98,24 @@ bool OpenNames::IsAskedFor(const NamedObject& object, const NamedRequest& reques
 
 ObjectRef<NamedObject> OpenNames::Open(const NamedRequest& request)
 {
-    ObjectRef<NamedObject> made = MakeObject(request);
-    ObjectRef<NamedObject> found;
-    const std::lock_guard guard(lock); // goes before the two references
-    found = FindOpen(made->name);
-    if (found)
-        return IsAskedFor(*found, request) ? found : ObjectRef<NamedObject>();
-    Names().erase(made->name); // with a key that is a dying object's
-    const auto place = Names().emplace(made->name, made.Get()).first; // before what must not be undone
-    if (OpenFile(*made, request))
-        return made;
-    Names().erase(place);
-    return {};
+    using State = NamedObject::State;
+    for (;;) {
+        ObjectRef<NamedObject> made = MakeObject(request);
+        ObjectRef<NamedObject> found; // outlives the lock
+        std::unique_lock opening(made->opening); // before anybody else can find it
+        found = FindOrEnter(*made);
+        if (!found) {
+            made->state = OpenFile(*made, request) ? State::Open : State::Failed;
+            if (made->state == State::Open)
+                return made;
+            Close(*made);
+            return {};
+        }
+        opening = std::unique_lock(found->opening);
+        if (found->state == State::Open)
+            return IsAskedFor(*found, request) ? found : ObjectRef<NamedObject>();
+        // That was for another's request, and is no longer in the map.
+    }
 }
 
 void OpenNames::Close(NamedObject& object) noexcept
@@ -121,7 +131,8 @@ void OpenNames::LeaveAll() noexcept
     const std::unique_lock attempt(lock, std::try_to_lock); // not at the price of hanging here
     if (attempt)
         for (const auto& [name, object] : Names())
-            object->file.UnlinkIfAlone();
+            if (const std::unique_lock opening(object->opening, std::try_to_lock); opening)
+                object->file.UnlinkIfAlone();
 }
 
 namespace {

@@ -6,6 +6,7 @@
 #include "platform/linux/waits/waiter.h"
 
 #include <memory>
+#include <mutex>
 #include <string>
 
 namespace Platform {
@@ -49,8 +50,13 @@ protected:
 
 private:
     friend class OpenNames;
+    enum class State { Entered, Open, Failed };
 
     const std::u16string name;
+    // Guards the next two until it is open: whoever else opens the name waits for that. Other processes are
+    // waited for under it, as long as they open or close this name.
+    std::mutex opening;
+    State state = State::Entered;
     SharedFile file;
 };
 
