@@ -1,8 +1,8 @@
 // "CID_Gui::MessageQueue".
 #pragma once
 
-#include <tessel/win32/message_queue.h>
 #include <tessel/object/class_factory.h>
+#include <tessel/win32/message_queue.h>
 
 namespace Gui {
 
