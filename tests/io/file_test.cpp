@@ -2,8 +2,6 @@
 #include "tests/io/streams.h"
 #include "tests/platform/temporary_folder.h"
 
-#include <gtest/gtest.h>
-
 using namespace Io;
 
 namespace {

@@ -3,8 +3,6 @@
 #include "tests/io/streams.h"
 #include "tests/platform/temporary_folder.h"
 
-#include <gtest/gtest.h>
-
 using Io::IfExists;
 using Io::IfMissing;
 using namespace std::string_literals;
@@ -72,19 +70,17 @@ TEST(OpenFolder, OpensOrMakesAsAsked)
             failure);
     EXPECT_TRUE(folder.Has("a/b") && folder.Has("a/c") && !folder.Has("a/d") && !folder.Has("nowhere"));
     const FacePtr<Io::Path> deep = PathOf(folder.Text("deep/below"));
-    unsigned allocation = 0;
-    const auto isMade = [&] {
-        AllocationPlan::FailNth(++allocation);
-        try {
+    bool isMade = false;
+    AllocationPlan::FailEach(
+        [&] {
+            isMade = false;
             deep->OpenFolder(IfExists::Open, IfMissing::Create, true);
-            return true;
-        } catch (const std::bad_alloc&) {
-            return false;
-        }
-    };
-    while (!isMade())
-        EXPECT_FALSE(folder.Has("deep")) << allocation;
-    AllocationPlan::FailNth(0);
+            isMade = true;
+        },
+        [&] {
+            EXPECT_EQ(folder.Has("deep"), isMade);
+            std::filesystem::remove_all(folder.Path("deep"));
+        });
 }
 
 TEST(Enumerate, GivesWhatPatternAndFilterLet)

@@ -2,8 +2,6 @@
 #include "tests/io/paths.h"
 #include "tests/platform/temporary_folder.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <filesystem>
 #include <random>
@@ -41,9 +39,8 @@ TEST(PathText, HasOneSpellingForEachPlace)
     std::filesystem::current_path(folder.Path());
     const std::u16string w = folder.Text();
     const std::u16string longest(255, u'n');
-    const struct {
-        std::u16string text, expected; // u"": refused
-    } cases[] = {// separators: either kind, any number, none at the end
+    const std::tuple<std::u16string, std::u16string> cases[] = {
+        // separators: either kind, any number, none at the end
         {u"c:\\Users\\x", u"C:\\Users\\x"}, {u"C:/a//b/", u"C:\\a\\b"}, {u"C:a", u"C:\\a"},
         {u"//srv/share/a/", u"\\\\srv\\share\\a"},
         // dots are worked out in the text and never climb above the root
@@ -56,8 +53,8 @@ TEST(PathText, HasOneSpellingForEachPlace)
         // no root of its own
         {u"", w}, {u"x", w + u"\\x"}, {u"\\a", w + u"\\a"}, {u"\\\\\\a", w + u"\\a"},
         {u"./..\\x", PathText("/tmp/x")}, {u"9:", u""}};
-    for (const auto& c : cases)
-        EXPECT_EQ(Normalised(c.text), c.expected) << Narrow(c.text);
+    for (const auto& [text, expected] : cases)
+        EXPECT_EQ(Normalised(text), expected) << Narrow(text);
 }
 
 TEST(PathText, IsWhatTheStandardLibraryMakesOfIt)
@@ -75,16 +72,15 @@ TEST(PathText, IsWhatTheStandardLibraryMakesOfIt)
 
 TEST(Path, KnowsWhatLiesAboveAndBelow)
 {
-    const struct {
-        const char16_t *text, *name, *parent, *root;
-    } cases[] = {{u"C:\\a\\b", u"b", u"C:\\a", u"C:"}, {u"C:\\a", u"a", u"C:", u"C:"},
-        {u"C:", u"", u"null", u"C:"}, {u"\\\\srv\\share\\a", u"a", u"\\\\srv\\share", u"\\\\srv\\share"},
+    const std::tuple<const char16_t*, const char16_t*, const char16_t*, const char16_t*> cases[] = {
+        {u"C:\\a\\b", u"b", u"C:\\a", u"C:"}, {u"C:\\a", u"a", u"C:", u"C:"}, {u"C:", u"", u"null", u"C:"},
+        {u"\\\\srv\\share\\a", u"a", u"\\\\srv\\share", u"\\\\srv\\share"},
         {u"\\\\srv\\share", u"", u"null", u"\\\\srv\\share"}};
-    for (const auto& c : cases) {
-        const FacePtr<Io::Path> path = PathOf(c.text);
-        EXPECT_EQ(path->GetName(), c.name) << Narrow(c.text);
-        EXPECT_EQ(TextOf(path->GetParent()), c.parent) << Narrow(c.text);
-        EXPECT_EQ(TextOf(path->GetRoot()), c.root) << Narrow(c.text);
+    for (const auto& [text, name, parent, root] : cases) {
+        const FacePtr<Io::Path> path = PathOf(text);
+        EXPECT_EQ(path->GetName(), name) << Narrow(text);
+        EXPECT_EQ(TextOf(path->GetParent()), parent) << Narrow(text);
+        EXPECT_EQ(TextOf(path->GetRoot()), root) << Narrow(text);
     }
     EXPECT_EQ(TextOf(PathOf(u"C:\\a")->Append(u"./b//..\\c\\")), u"C:\\a\\c");
     EXPECT_EQ(TextOf(PathOf(u"C:\\a")->Append(u"..")), u"C:");

@@ -33,17 +33,14 @@ struct BufferedSource {
 
 TEST(BufferingSource, CutsAndJoinsToTheRange)
 {
-    const struct {
-        std::uint32_t minimum, maximum;
-        const char* blocks;
-    } cases[] = {{8, 8, "01234567 89abcdef ghijklmn o - - "},
-        {16, 0xFFFFFFFF, "0123456789abcdefghij klmno - - - - "}, {1, 7, "0123456 789 abcdefg hij klmno - "},
-        {12, 5, "0123456789ab cdefghijklmn o - - - "}, {0, 0, "0 1 2 3 4 5 "},
-        {1, 0xFFFFFFFF, "0123456789 abcdefghij klmno - - - "}};
-    for (const auto& c : cases) {
+    const std::tuple<std::uint32_t, std::uint32_t, const char*> cases[] = {
+        {8, 8, "01234567 89abcdef ghijklmn o - - "}, {16, 0xFFFFFFFF, "0123456789abcdefghij klmno - - - - "},
+        {1, 7, "0123456 789 abcdefg hij klmno - "}, {12, 5, "0123456789ab cdefghijklmn o - - - "},
+        {0, 0, "0 1 2 3 4 5 "}, {1, 0xFFFFFFFF, "0123456789 abcdefghij klmno - - - "}};
+    for (const auto& [minimum, maximum, blocks] : cases) {
         BufferedSource source({"0123456789", "abcdefghij", "klmno"});
-        source.buffered->SetBlockRange(c.minimum, c.maximum);
-        EXPECT_EQ(source.Read(6), c.blocks) << c.minimum << ", " << c.maximum;
+        source.buffered->SetBlockRange(minimum, maximum);
+        EXPECT_EQ(source.Read(6), blocks) << minimum << ", " << maximum;
     }
 }
 

@@ -108,27 +108,22 @@ TEST(CodePage, ConvertsTextsLongerThanItsOwnBlocks)
 TEST(CodePage, SaysWhyNothingWasConverted)
 {
     char16_t wide[2];
-    const struct {
-        std::uint32_t page, flags;
-        const char* source;
-        int bytes;
-        char16_t* target;
-        int room;
-        std::uint32_t error;
-    } cases[] = {{0, 0, "abc", 3, wide, 2, ERROR_INSUFFICIENT_BUFFER},
-        {932, 0, "abc", 3, wide, 2, ERROR_INSUFFICIENT_BUFFER},
-        {0, 0, "\xF0\x9F\x98\x80", 4, wide, 1, ERROR_INSUFFICIENT_BUFFER}, // no half of a pair
-        {0, MB_ERR_INVALID_CHARS, "a\xFF", 2, wide, 2, ERROR_NO_UNICODE_TRANSLATION},
-        {0, MB_ERR_INVALID_CHARS, "a\xFF", 2, nullptr, 0, ERROR_NO_UNICODE_TRANSLATION},
-        {932, MB_ERR_INVALID_CHARS, "\x93", 1, wide, 2, ERROR_NO_UNICODE_TRANSLATION},
-        {0, 1, "a", 1, wide, 2, ERROR_INVALID_FLAGS}, {1200, 0, "a", 1, wide, 2, ERROR_INVALID_PARAMETER},
-        {0, 0, nullptr, 1, wide, 2, ERROR_INVALID_PARAMETER},
-        {0, 0, "a", 0, wide, 2, ERROR_INVALID_PARAMETER}, {0, 0, "a", 1, nullptr, 2, ERROR_INVALID_PARAMETER},
-        {0, 0, "a", 1, wide, -1, ERROR_INVALID_PARAMETER}};
-    for (const auto& c : cases) {
+    const std::tuple<std::uint32_t, std::uint32_t, const char*, int, char16_t*, int, std::uint32_t> cases[] =
+        {{0, 0, "abc", 3, wide, 2, ERROR_INSUFFICIENT_BUFFER},
+            {932, 0, "abc", 3, wide, 2, ERROR_INSUFFICIENT_BUFFER},
+            {0, 0, "\xF0\x9F\x98\x80", 4, wide, 1, ERROR_INSUFFICIENT_BUFFER}, // no half of a pair
+            {0, MB_ERR_INVALID_CHARS, "a\xFF", 2, wide, 2, ERROR_NO_UNICODE_TRANSLATION},
+            {0, MB_ERR_INVALID_CHARS, "a\xFF", 2, nullptr, 0, ERROR_NO_UNICODE_TRANSLATION},
+            {932, MB_ERR_INVALID_CHARS, "\x93", 1, wide, 2, ERROR_NO_UNICODE_TRANSLATION},
+            {0, 1, "a", 1, wide, 2, ERROR_INVALID_FLAGS}, {1200, 0, "a", 1, wide, 2, ERROR_INVALID_PARAMETER},
+            {0, 0, nullptr, 1, wide, 2, ERROR_INVALID_PARAMETER},
+            {0, 0, "a", 0, wide, 2, ERROR_INVALID_PARAMETER},
+            {0, 0, "a", 1, nullptr, 2, ERROR_INVALID_PARAMETER},
+            {0, 0, "a", 1, wide, -1, ERROR_INVALID_PARAMETER}};
+    for (const auto& [page, flags, source, bytes, target, room, error] : cases) {
         SetLastError(0);
-        EXPECT_EQ(MultiByteToWideChar(c.page, c.flags, c.source, c.bytes, c.target, c.room), 0);
-        EXPECT_EQ(GetLastError(), c.error) << "code page " << c.page << ", bytes " << c.bytes;
+        EXPECT_EQ(MultiByteToWideChar(page, flags, source, bytes, target, room), 0);
+        EXPECT_EQ(GetLastError(), error) << "code page " << page << ", bytes " << bytes;
     }
     char bytes[4];
     for (const std::uint32_t page : {0U, 1252U, 932U}) {

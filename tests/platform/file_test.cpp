@@ -58,10 +58,8 @@ TEST(OpenedFile, TellsWhyItCannotBe)
     folder.MakeLink("nowhere", "dangling");
     folder.MakeLink("loop", "loop");
     ASSERT_EQ(::mkfifo(folder.Path("pipe").c_str(), 0666), 0);
-    const struct {
-        const char* name;
-        std::uint32_t access, disposition, flags, error;
-    } cases[] = {{"no/file", GENERIC_READ, OPEN_EXISTING, 0, ERROR_PATH_NOT_FOUND},
+    const std::tuple<const char*, std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t> cases[] = {
+        {"no/file", GENERIC_READ, OPEN_EXISTING, 0, ERROR_PATH_NOT_FOUND},
         {"dangling", GENERIC_READ, OPEN_EXISTING, 0, ERROR_FILE_NOT_FOUND},
         {"dangling", GENERIC_WRITE, CREATE_NEW, 0, ERROR_FILE_EXISTS},
         {"loop", GENERIC_READ, OPEN_EXISTING, 0, ERROR_CANT_RESOLVE_FILENAME},
@@ -75,9 +73,8 @@ TEST(OpenedFile, TellsWhyItCannotBe)
         {"new", GENERIC_WRITE, 6, 0, ERROR_INVALID_PARAMETER},
         {"file", 1, OPEN_EXISTING, 0, ERROR_INVALID_PARAMETER},
         {"file", GENERIC_READ, OPEN_EXISTING, 4, ERROR_INVALID_PARAMETER}};
-    for (const auto& c : cases)
-        EXPECT_EQ(ErrorOfOpen(folder.Text(c.name), c.access, c.disposition, c.flags), c.error)
-            << c.name << c.access;
+    for (const auto& [name, access, disposition, flags, error] : cases)
+        EXPECT_EQ(ErrorOfOpen(folder.Text(name), access, disposition, flags), error) << name << access;
     EXPECT_EQ(ErrorOfOpen(u"C:\\dev\\null", GENERIC_READ), ERROR_NOT_SUPPORTED);
     EXPECT_EQ(ErrorOfOpen(folder.Text(std::string(256, 'n')), GENERIC_READ), ERROR_FILENAME_EXCED_RANGE);
 }
@@ -173,16 +170,14 @@ TEST(Attributes, TellWhatStandsAtThePath)
     folder.MakeLink("folder", "folderlink");
     folder.MakeLink("nowhere", "dangling");
     ::mkfifo(folder.Path("pipe").c_str(), 0666);
-    const struct {
-        const char* name;
-        std::uint32_t attributes;
-    } cases[] = {{"file", FILE_ATTRIBUTE_NORMAL}, {".hidden", FILE_ATTRIBUTE_HIDDEN},
-        {"locked", FILE_ATTRIBUTE_READONLY}, {"folder", FILE_ATTRIBUTE_DIRECTORY},
-        {"folder/.", FILE_ATTRIBUTE_DIRECTORY}, {"link", FILE_ATTRIBUTE_REPARSE_POINT},
+    const std::tuple<const char*, std::uint32_t> cases[] = {{"file", FILE_ATTRIBUTE_NORMAL},
+        {".hidden", FILE_ATTRIBUTE_HIDDEN}, {"locked", FILE_ATTRIBUTE_READONLY},
+        {"folder", FILE_ATTRIBUTE_DIRECTORY}, {"folder/.", FILE_ATTRIBUTE_DIRECTORY},
+        {"link", FILE_ATTRIBUTE_REPARSE_POINT},
         {"folderlink", FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DIRECTORY},
         {"dangling", FILE_ATTRIBUTE_REPARSE_POINT}, {"pipe", FILE_ATTRIBUTE_DEVICE}};
-    for (const auto& c : cases)
-        EXPECT_EQ(GetFileAttributesW(folder.Text(c.name).c_str()), c.attributes) << c.name;
+    for (const auto& [name, attributes] : cases)
+        EXPECT_EQ(GetFileAttributesW(folder.Text(name).c_str()), attributes) << name;
     EXPECT_EQ(GetFileAttributesW(u"C:"), FILE_ATTRIBUTE_DIRECTORY);
     EXPECT_EQ(GetFileAttributesW(folder.Text("file/no").c_str()), INVALID_FILE_ATTRIBUTES);
     EXPECT_EQ(GetLastError(), ERROR_PATH_NOT_FOUND);
@@ -253,21 +248,18 @@ TEST(Entries, AreRenamedWholeAndReplaceOnlyWhenAsked)
         folder.MakeFile(name, name);
     folder.MakeFolder("folder");
     folder.MakeFile("full/x");
-    const struct {
-        const char *from, *to;
-        std::uint32_t flags, error;
-    } steps[] = {{"a", "b", 0, ERROR_ALREADY_EXISTS},
-        {"no", "b", MOVEFILE_REPLACE_EXISTING, ERROR_FILE_NOT_FOUND}, {"a", "no/b", 0, ERROR_PATH_NOT_FOUND},
+    const std::tuple<const char*, const char*, std::uint32_t, std::uint32_t> steps[] = {
+        {"a", "b", 0, ERROR_ALREADY_EXISTS}, {"no", "b", MOVEFILE_REPLACE_EXISTING, ERROR_FILE_NOT_FOUND},
+        {"a", "no/b", 0, ERROR_PATH_NOT_FOUND},
         {"a", "folder", MOVEFILE_REPLACE_EXISTING, ERROR_ACCESS_DENIED},
         {"folder", "a", MOVEFILE_REPLACE_EXISTING, ERROR_ACCESS_DENIED},
         {"folder", "full", MOVEFILE_REPLACE_EXISTING, ERROR_DIR_NOT_EMPTY},
         {"folder", "folder/in", 0, ERROR_INVALID_PARAMETER}, {"a", "d", 2, ERROR_INVALID_PARAMETER},
         {"a", "b", MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH, ERROR_SUCCESS},
         {"c", "d", 0, ERROR_SUCCESS}, {"folder", "moved", 0, ERROR_SUCCESS}};
-    for (const auto& s : steps)
-        EXPECT_EQ(
-            ErrorOf(MoveFileExW(folder.Text(s.from).c_str(), folder.Text(s.to).c_str(), s.flags)), s.error)
-            << s.from << " to " << s.to;
+    for (const auto& [from, to, flags, error] : steps)
+        EXPECT_EQ(ErrorOf(MoveFileExW(folder.Text(from).c_str(), folder.Text(to).c_str(), flags)), error)
+            << from << " to " << to;
     EXPECT_EQ(folder.Names(), (std::set<std::string>{"b", "d", "full", "moved"}));
     EXPECT_EQ(folder.Content("b"), "a");
 }

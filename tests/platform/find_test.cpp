@@ -27,10 +27,8 @@ std::set<std::u16string> Found(const std::u16string& pattern, FINDEX_INFO_LEVELS
 TEST(Patterns, MatchAsThePlatformHasThem)
 {
     using Names = std::vector<std::u16string>;
-    const struct {
-        std::u16string pattern;
-        Names matching, other;
-    } cases[] = {{u"*", {u"a", u"a.b", u".a"}, {}}, {u"*.*", {u"a", u"a.b", u".a", u"a.b.c"}, {}},
+    const std::tuple<std::u16string, Names, Names> cases[] = {{u"*", {u"a", u"a.b", u".a"}, {}},
+        {u"*.*", {u"a", u"a.b", u".a", u"a.b.c"}, {}},
         {u"*.dll", {u"A.DLL", u"a.b.Dll", u".dll"}, {u"dll", u"a.dllx", u"a.dll.x", u"a.dl"}},
         {u"*.", {u"a", u"abc"}, {u"a.b", u".a"}}, {u"a*.", {u"a", u"abc"}, {u"b", u"a.b"}},
         {u"a.*", {u"a", u"a.b", u"a.b.c"}, {u"ab", u"ab.c"}},
@@ -39,14 +37,14 @@ TEST(Patterns, MatchAsThePlatformHasThem)
         {u"?.txt", {u"a.txt", u".txt"}, {u"ab.txt"}}, {u"*.?", {u"a.b", u"a"}, {u"a.bc"}},
         {u"*a*b*", {u"ab", u"xaxbx", u"aab"}, {u"ba", u"a"}}, {u"a**b", {u"ab", u"axb"}, {u"a"}},
         {u"\u00C4*", {u"\u00E4x"}, {u"ax"}}, {u"*.t*.x", {u"a.tt.x", u"a.b.t.x"}, {u"a.x"}}};
-    for (const auto& c : cases)
-        for (const Names& names : {c.matching, c.other})
-            for (const std::u16string& name : names) {
-                Pattern pattern;
-                ASSERT_TRUE(pattern.Set(c.pattern.data(), c.pattern.size()));
-                EXPECT_EQ(pattern.Matches(name.data(), name.size()), names == c.matching)
-                    << testing::PrintToString(c.pattern) << " " << testing::PrintToString(name);
-            }
+    for (const auto& [text, matching, other] : cases) {
+        Pattern pattern;
+        ASSERT_TRUE(pattern.Set(text.data(), text.size()));
+        for (const Names& names : {matching, other})
+            for (const std::u16string& name : names)
+                EXPECT_EQ(pattern.Matches(name.data(), name.size()), names == matching)
+                    << testing::PrintToString(text) << " " << testing::PrintToString(name);
+    }
 }
 
 // A pattern that would keep a backtracking matcher busy for longer than the universe.
@@ -85,7 +83,7 @@ TEST(Search, ListsWhatMatches)
     }
 }
 
-TEST(Search, TellsTimesSizeAndKindOfEachEntry)
+TEST(Search, TellsTimeAndSizeOfWhatALinkLeadsTo)
 {
     const TemporaryFolder folder;
     folder.MakeFile("file");
@@ -94,24 +92,12 @@ TEST(Search, TellsTimesSizeAndKindOfEachEntry)
     const timespec times[2] = {{0, 0}, {1'000'000'000, 0}};
     ::utimensat(AT_FDCWD, folder.Path("file").c_str(), times, 0);
     WIN32_FIND_DATAW found;
-    for (const char* const name : {"file", "link"}) {
-        ASSERT_TRUE(FindClose(FindFirstFileW(folder.Text(name).c_str(), &found)));
-        EXPECT_EQ(std::uint64_t{found.nFileSizeHigh} << 32 | found.nFileSizeLow, 5'000'000'000U) << name;
-        const auto [low, high] = found.ftLastWriteTime;
-        EXPECT_EQ(std::uint64_t{high} << 32 | low, 126'444'736'000'000'000U) << name; // 2001-09-09 01:46:40
-        EXPECT_EQ(found.ftLastAccessTime.dwHighDateTime, 0x019DB1DEU) << name;
-    }
+    const Handle search = FindFirstFileW(folder.Text("link").c_str(), &found);
+    EXPECT_EQ(std::uint64_t{found.nFileSizeHigh} << 32 | found.nFileSizeLow, 5'000'000'000U);
+    EXPECT_EQ(found.ftLastWriteTime.dwHighDateTime, 0x01C138D1U); // 2001-09-09 01:46:40
+    EXPECT_EQ(found.ftLastWriteTime.dwLowDateTime, 0x44FF8000U);
+    EXPECT_EQ(found.ftLastAccessTime.dwHighDateTime, 0x019DB1DEU);
     EXPECT_EQ(found.dwFileAttributes, FILE_ATTRIBUTE_REPARSE_POINT);
-}
-
-TEST(Search, HasAHandleOfItsOwnKind)
-{
-    WIN32_FIND_DATAW found;
-    const Handle search = FindFirstFileW(u"C:\\*", &found);
-    Handle duplicate;
-    EXPECT_FALSE(CloseHandle(search));
-    EXPECT_FALSE(DuplicateHandle(search, &duplicate, 0, DUPLICATE_SAME_ACCESS));
-    EXPECT_TRUE(FindClose(search));
-    EXPECT_FALSE(FindNextFileW(search, &found));
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+    EXPECT_TRUE(!CloseHandle(search) && FindClose(search) && !FindNextFileW(search, &found));
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE) << "its handle is of its own kind";
 }

@@ -3,11 +3,7 @@
 #include "platform/modules.h"
 #include "tests/platform/temporary_folder.h"
 
-#include <cstdio>
-#include <cstring>
 #include <dlfcn.h>
-#include <filesystem>
-#include <fstream>
 #include <thread>
 #include <vector>
 
@@ -18,7 +14,8 @@ namespace {
 const std::string folderOfModules = TESSEL_TEST_MODULES;
 
 // Copies a module into the test's own folder, so that nobody else has loaded it.
-std::u16string Copy(const TemporaryFolder& folder, const std::string& module, const std::string& name)
+std::u16string Copy(
+    const TemporaryFolder& folder, const std::string& name, const std::string& module = "answering.dll")
 {
     std::filesystem::copy_file(folderOfModules + "/" + module, folder.Path(name));
     return folder.Text(name);
@@ -62,10 +59,8 @@ int CallAnswer(Module module)
 
 void SetCall(const char* variable, void (*function)())
 {
-    char address[20];
-    std::snprintf(address, sizeof address, "%llx",
-        static_cast<unsigned long long>(reinterpret_cast<std::uintptr_t>(function)));
-    function ? ::setenv(variable, address, 1) : ::unsetenv(variable);
+    const std::string address = std::to_string(reinterpret_cast<std::uintptr_t>(function));
+    function ? ::setenv(variable, address.c_str(), 1) : ::unsetenv(variable);
 }
 
 } // namespace
@@ -73,7 +68,7 @@ void SetCall(const char* variable, void (*function)())
 TEST(Modules, AreLoadedCountedAndReallyLeave)
 {
     const TemporaryFolder folder;
-    const std::u16string path = Copy(folder, "answering.dll", "client.dll");
+    const std::u16string path = Copy(folder, "client.dll");
     const Module module = LoadLibraryExW(path.c_str(), LOAD_WITH_ALTERED_SEARCH_PATH);
     ASSERT_NE(module, NULL_MODULE) << LoadFailure();
     EXPECT_EQ(LoadLibraryW(path.c_str()), module);
@@ -101,7 +96,7 @@ TEST(Modules, TellWhyTheyDoNotLoad)
 {
     const TemporaryFolder folder;
     Copy(folder, "unbound.dll", "unbound.dll");
-    Copy(folder, "answering.dll", "zeroed.dll");
+    Copy(folder, "zeroed.dll");
     const std::string whole = folder.Content("zeroed.dll");
     folder.MakeFile("machine.dll", whole.substr(0, 18) + '\x28' + whole.substr(19)); // another processor
     folder.MakeFile("cut.dll", whole.substr(0, 4000));
@@ -111,11 +106,8 @@ TEST(Modules, TellWhyTheyDoNotLoad)
     folder.MakeFile("text.dll", std::string(100, 'x'));
     folder.MakeFolder("folder.dll");
     ::mkfifo(folder.Path("pipe.dll").c_str(), 0666);
-    const struct {
-        const char* name;
-        std::uint32_t error;
-        const char* words;
-    } cases[] = {{"no/missing.dll", ERROR_MOD_NOT_FOUND, "cannot open"},
+    const std::tuple<const char*, std::uint32_t, const char*> cases[] = {
+        {"no/missing.dll", ERROR_MOD_NOT_FOUND, "cannot open"},
         {"unbound.dll", ERROR_PROC_NOT_FOUND, "nobodyHasThis"},
         {"machine.dll", ERROR_BAD_EXE_FORMAT, "another machine"},
         {"cut.dll", ERROR_BAD_EXE_FORMAT, "cut off"}, {"zeroed.dll", ERROR_BAD_EXE_FORMAT, "cut off"},
@@ -123,11 +115,11 @@ TEST(Modules, TellWhyTheyDoNotLoad)
         {"text.dll", ERROR_BAD_EXE_FORMAT, "not an ELF file"}, {"folder.dll", ERROR_BAD_EXE_FORMAT, ""},
         {"pipe.dll", ERROR_BAD_EXE_FORMAT, ""}};
     const std::size_t before = OpenDescriptors();
-    for (const auto& c : cases) {
-        EXPECT_EQ(ErrorOfLoad(folder.Text(c.name)), c.error) << c.name;
-        EXPECT_NE(LoadFailure().find(c.words), std::string::npos) << c.name << ": " << LoadFailure();
-        EXPECT_NE(LoadFailure(), "") << c.name;
-        EXPECT_FALSE(IsModuleMapped(folder.Text(c.name).c_str())) << c.name;
+    for (const auto& [name, error, words] : cases) {
+        EXPECT_EQ(ErrorOfLoad(folder.Text(name)), error) << name;
+        EXPECT_NE(LoadFailure().find(words), std::string::npos) << name << ": " << LoadFailure();
+        EXPECT_NE(LoadFailure(), "") << name;
+        EXPECT_FALSE(IsModuleMapped(folder.Text(name).c_str())) << name;
     }
     EXPECT_EQ(OpenDescriptors(), before);
     EXPECT_EQ(ErrorOfLoad(u"no_such_library.so.9"), ERROR_MOD_NOT_FOUND);
@@ -135,12 +127,7 @@ TEST(Modules, TellWhyTheyDoNotLoad)
     folder.MakeFile("closed.dll", "", 0000);
     EXPECT_EQ(
         AsOrdinaryUser([&] { return ErrorOfLoad(folder.Text("closed.dll")); }), int{ERROR_ACCESS_DENIED});
-}
-
-TEST(Modules, KeepTheWordsOfAFailureForItsThread)
-{
-    const TemporaryFolder folder;
-    folder.MakeFile("text.dll", "x");
+    // The words stay with the thread whose load has failed.
     ErrorOfLoad(folder.Text("text.dll"));
     std::thread([&] {
         EXPECT_EQ(LoadFailure(), "");
@@ -155,10 +142,9 @@ TEST(Modules, KeepTheWordsOfAFailureForItsThread)
 TEST(Modules, AreFoundByNamePathAndAddress)
 {
     const TemporaryFolder folder;
-    folder.MakeFolder("real");
-    folder.MakeLink("real", "linked");
     folder.MakeFolder("real/odd:name");
-    Copy(folder, "answering.dll", "real/odd:name/tessel_client.dll");
+    folder.MakeLink("real", "linked");
+    Copy(folder, "real/odd:name/tessel_client.dll");
     const std::u16string path = folder.Text("linked") + u"\\odd\xF03Aname\\tessel_client.dll";
     const Module module = LoadLibraryW(path.c_str());
     ASSERT_NE(module, NULL_MODULE) << LoadFailure();
@@ -180,28 +166,17 @@ TEST(Modules, AreFoundByNamePathAndAddress)
     EXPECT_FALSE(GetModuleHandleExW(0, u"tessel_client.dll", &found));
 }
 
-TEST(Executable, IsAModuleToo)
-{
-    const std::u16string path = PathText(std::filesystem::read_symlink("/proc/self/exe"));
-    EXPECT_EQ(FileNameOf(NULL_MODULE), path);
-    EXPECT_EQ(FileNameOf(GetModuleHandleW(nullptr)), path);
-    char16_t small[8];
-    EXPECT_EQ(GetModuleFileNameW(NULL_MODULE, small, 8), 8U);
-    EXPECT_EQ(GetLastError(), ERROR_INSUFFICIENT_BUFFER);
-    EXPECT_EQ(std::u16string(small), path.substr(0, 7));
-}
-
 TEST(Modules, LoadAndFreeFromConstructorsAndDestructorsOfOthers)
 {
     const TemporaryFolder folder;
     static std::u16string second;
     static Module inner;
-    second = Copy(folder, "answering.dll", "second.dll");
+    second = Copy(folder, "second.dll");
     SetCall("TESSEL_TEST_AT_LOAD", [] {
         SetCall("TESSEL_TEST_AT_LOAD", nullptr);
         inner = LoadLibraryW(second.c_str());
     });
-    const Module outer = LoadLibraryW(Copy(folder, "answering.dll", "first.dll").c_str());
+    const Module outer = LoadLibraryW(Copy(folder, "first.dll").c_str());
     ASSERT_NE(inner, NULL_MODULE);
     SetCall("TESSEL_TEST_AT_FREE", [] {
         SetCall("TESSEL_TEST_AT_FREE", nullptr);
@@ -214,8 +189,7 @@ TEST(Modules, LoadAndFreeFromConstructorsAndDestructorsOfOthers)
 TEST(Modules, BearLoadsAndFreesOfManyThreads)
 {
     const TemporaryFolder folder;
-    const std::u16string paths[] = {
-        Copy(folder, "answering.dll", "a.dll"), Copy(folder, "answering.dll", "b.dll")};
+    const std::u16string paths[] = {Copy(folder, "a.dll"), Copy(folder, "b.dll")};
     std::vector<std::jthread> threads;
     for (int thread = 0; thread < 4; ++thread)
         threads.emplace_back([&, thread] {
@@ -232,38 +206,42 @@ TEST(Modules, BearLoadsAndFreesOfManyThreads)
 TEST(CallStack, ShowsWhetherItGoesThroughAModule)
 {
     const TemporaryFolder folder;
-    const Module module = LoadLibraryW(Copy(folder, "answering.dll", "client.dll").c_str());
-    const Module other = LoadLibraryW(Copy(folder, "answering.dll", "other.dll").c_str());
-    struct Answer {
-        Module module;
-        bool isInside;
-    } answers[] = {{module, false}, {other, true}};
+    const Module module = LoadLibraryW(Copy(folder, "client.dll").c_str());
+    const Module other = LoadLibraryW(Copy(folder, "other.dll").c_str());
+    using Answer = std::pair<Module, bool>;
+    Answer answers[] = {{module, false}, {other, true}};
     using CallBack = void (*)(void (*)(void*), void*);
     const auto callBack = reinterpret_cast<CallBack>(GetProcAddress(module, "callBack"));
     for (Answer& answer : answers)
         callBack(
             [](void* context) {
-                Answer& asked = *static_cast<Answer*>(context);
-                asked.isInside = CallStackEnters(asked.module);
+                auto& [asked, isInside] = *static_cast<Answer*>(context);
+                isInside = CallStackEnters(asked);
             },
             &answer);
-    EXPECT_TRUE(answers[0].isInside && !answers[1].isInside);
+    EXPECT_TRUE(answers[0].second && !answers[1].second);
     EXPECT_FALSE(CallStackEnters(module));
     EXPECT_TRUE(CallStackEnters(GetModuleHandleW(nullptr)));
     EXPECT_TRUE(FreeLibrary(module) && FreeLibrary(other));
 }
 
-TEST(BuiltInModule, OffersItsTableUnderItsName)
+TEST(Modules, AreTheExecutableAndTheBuiltInOnesToo)
 {
+    const std::u16string path = PathText(std::filesystem::read_symlink("/proc/self/exe"));
+    EXPECT_EQ(FileNameOf(NULL_MODULE), path);
+    EXPECT_EQ(FileNameOf(GetModuleHandleW(nullptr)), path);
+    char16_t small[8];
+    EXPECT_EQ(GetModuleFileNameW(NULL_MODULE, small, 8), 8U);
+    EXPECT_EQ(GetLastError(), ERROR_INSUFFICIENT_BUFFER);
+    EXPECT_EQ(std::u16string(small), path.substr(0, 7));
+
     const Module kernel = LoadLibraryW(u"kernel32.dll");
-    ASSERT_NE(kernel, NULL_MODULE);
     EXPECT_EQ(GetModuleHandleW(u"KERNEL32.DLL"), kernel);
     const FARPROC found = GetProcAddress(kernel, "GetCurrentProcessId");
     ASSERT_NE(found, nullptr);
     EXPECT_EQ(reinterpret_cast<std::uint32_t (*)()>(found)(), static_cast<std::uint32_t>(::getpid()));
-    EXPECT_EQ(FileNameOf(kernel), FileNameOf(NULL_MODULE)) << "that of the layer itself";
-    EXPECT_TRUE(FreeLibrary(kernel));
-    EXPECT_TRUE(FreeLibrary(kernel)) << "it never leaves";
+    EXPECT_EQ(FileNameOf(kernel), path) << "that of the layer itself";
+    EXPECT_TRUE(FreeLibrary(kernel) && FreeLibrary(kernel)) << "it never leaves";
 #ifdef TESSEL_SEAMS
     Seam::HideBuiltIn(u"KERNEL32.DLL", "GetCurrentProcessId");
     EXPECT_EQ(GetProcAddress(kernel, "GetCurrentProcessId"), nullptr);

@@ -81,8 +81,7 @@ const Operation operations[] = {{"set a new value", Nothing, Sets("new")},
         [](const Subject& s) {
             char16_t name[4];
             std::uint32_t chars = 4;
-            const std::uint32_t code =
-                RegEnumKeyExW(s.reading, 0, name, &chars, nullptr, nullptr, nullptr, nullptr);
+            const auto code = RegEnumKeyExW(s.reading, 0, name, &chars, nullptr, nullptr, nullptr, nullptr);
             EXPECT_TRUE(code != 0 || std::u16string(name) == u"Sub");
             return code;
         }}};

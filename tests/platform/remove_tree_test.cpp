@@ -45,26 +45,26 @@ TEST(RemovingATree, StopsAtTheFirstFailureAndTellsIt)
     const TemporaryFolder folder;
     const struct {
         const char *locked, *told; // the folder that may not be changed, and what fails for it
-        bool isFolder;
         std::uint32_t error;
         mode_t mode;
-    } cases[] = {{"tree/a", "tree/a/file", false, ERROR_ACCESS_DENIED, 0555},
-        {"tree/a", "tree/a", true, ERROR_DIR_NOT_EMPTY, 0333}, // cannot be listed
-        {"tree", "tree/a", true, ERROR_ACCESS_DENIED, 0555}};
+    } cases[] = {{"tree/a", "tree/a/file", ERROR_ACCESS_DENIED, 0555},
+        {"tree/a", "tree/a", ERROR_DIR_NOT_EMPTY, 0333}, // cannot be listed
+        {"tree", "tree/a", ERROR_ACCESS_DENIED, 0555}};
     for (const auto& c : cases) {
-        const int exit = AsOrdinaryUser([&] {
+        EXPECT_EQ(AsOrdinaryUser([&] {
             folder.MakeFile("tree/a/file");
             ::chmod(folder.Path(c.locked).c_str(), c.mode);
             char16_t path[200];
-            REMOVE_TREE_FAILURE failure{!c.isFolder, 0, path, 200};
-            const bool removed = RemoveTreeW(folder.Text("tree").c_str(), &failure);
-            const std::uint32_t error = GetLastError();
+            const bool isFolder = std::string(c.told) == "tree/a";
+            REMOVE_TREE_FAILURE failure{!isFolder, 0, path, 200};
+            EXPECT_FALSE(RemoveTreeW(folder.Text("tree").c_str(), &failure));
+            EXPECT_EQ(GetLastError(), c.error);
             ::chmod(folder.Path(c.locked).c_str(), 0777);
-            const bool told = failure.isFolder == c.isFolder && path == folder.Text(c.told)
-                && failure.pathChars == folder.Text(c.told).size();
-            return removed || error != c.error ? static_cast<int>(error) : told ? 0 : 254;
-        });
-        EXPECT_EQ(exit, 0) << c.told << " " << c.mode;
+            EXPECT_EQ(failure.isFolder, isFolder);
+            EXPECT_EQ(std::u16string(path, failure.pathChars), folder.Text(c.told));
+            return HasFailure();
+        }),
+            0);
         EXPECT_TRUE(RemoveTreeW(folder.Text("tree").c_str(), nullptr));
     }
 }

@@ -41,20 +41,16 @@ TEST(StringTables, AreMissedForAReason)
 {
     const Module module = LoadTestModule("texts.dll");
     const Module without = LoadTestModule("answering.dll");
-    const struct {
-        Module module;
-        std::uint32_t type, name;
-        std::uint16_t language;
-        std::uint32_t error;
-    } cases[] = {{module, 5, 2, 0x0407, ERROR_RESOURCE_TYPE_NOT_FOUND},
+    const std::tuple<Module, std::uint32_t, std::uint32_t, std::uint16_t, std::uint32_t> cases[] = {
+        {module, 5, 2, 0x0407, ERROR_RESOURCE_TYPE_NOT_FOUND},
         {module, RT_STRING, 0x10002, 0x0407, ERROR_RESOURCE_NAME_NOT_FOUND},
         {module, RT_STRING, 2, 0x040C, ERROR_RESOURCE_LANG_NOT_FOUND},
         {without, RT_STRING, 2, 0x0407, ERROR_RESOURCE_DATA_NOT_FOUND},
         {NULL_MODULE, RT_STRING, 2, 0x0407, ERROR_RESOURCE_DATA_NOT_FOUND}, // this program
         {Module{1}, RT_STRING, 2, 0x0407, ERROR_INVALID_HANDLE}};
-    for (const auto& c : cases) {
-        EXPECT_EQ(FindResourceExW(c.module, c.type, c.name, c.language), nullptr);
-        EXPECT_EQ(GetLastError(), c.error);
+    for (const auto& [asked, type, name, language, error] : cases) {
+        EXPECT_EQ(FindResourceExW(asked, type, name, language), nullptr);
+        EXPECT_EQ(GetLastError(), error);
     }
     EXPECT_EQ(LoadResource(module, nullptr), nullptr);
     EXPECT_EQ(LockResource(nullptr), nullptr);

@@ -21,7 +21,7 @@ namespace {
 void CallVariable(const char* name)
 {
     if (const char* const address = std::getenv(name))
-        reinterpret_cast<void (*)()>(std::strtoull(address, nullptr, 16))();
+        reinterpret_cast<void (*)()>(std::strtoull(address, nullptr, 10))();
 }
 
 struct Life {
