@@ -25,24 +25,6 @@ thread_local std::size_t mostBytes = SIZE_MAX;
     },
     [](const volatile void*) {});
 
-// A Binary whose block may not be touched behind the bytes that are in use.
-class Guarded {
-public:
-    Guarded(const std::uint8_t* bytes, std::size_t size) : binary(bytes, static_cast<std::uint32_t>(size))
-    {
-        if (!binary.IsEmpty())
-            ASAN_POISON_MEMORY_REGION(
-                binary.GetData() + binary.GetSize(), binary.GetCapacity() - binary.GetSize());
-    }
-    ~Guarded()
-    {
-        if (!binary.IsEmpty())
-            ASAN_UNPOISON_MEMORY_REGION(binary.GetData(), binary.GetCapacity());
-    }
-
-    const Binary binary;
-};
-
 template <class Item>
 Binary Written(const Item& item)
 {
@@ -108,7 +90,9 @@ void ReadSequence(const Binary& bytes)
                 : choice == 2 ? archive >> large
                 : choice == 3 ? archive >> text
                               : archive >> binary;
-            Require(Platform::wcslen(text.c_str()) == text.GetLength());
+            // A text may grow when it is widened, but no character comes out of nothing.
+            Require(
+                Platform::wcslen(text.c_str()) == text.GetLength() && text.GetLength() <= bytes.GetSize());
         }
     } catch (const Error& error) {
         Require(error.HasCode(Error::badFormat));
@@ -121,12 +105,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
 {
     if (size == 0)
         return 0;
-    const Guarded guarded(bytes + 1, size - 1);
+    const Binary binary(bytes + 1, static_cast<std::uint32_t>(size - 1));
+    // Its block may not be touched behind the bytes that are in use.
+    const unsigned char* const end = binary.GetData() + binary.GetSize();
+    const std::uint32_t behind = binary.GetCapacity() - binary.GetSize();
+    ASAN_POISON_MEMORY_REGION(end, behind);
     // A narrow text doubles when it is widened, a growing archive takes half as much again, and the
     // converters of the C library have tables.
     mostBytes = (1U << 20) + 8 * size;
-    constexpr void (*readers[])(const Binary&) = {ReadItems<Error>, ReadItems<Value>, ReadBag, ReadSequence};
-    readers[bytes[0] % std::size(readers)](guarded.binary);
+    constexpr void (*readers[])(const Binary&) = {
+        ReadItems<Error>, ReadItems<Value>, ReadBag, ReadSequence, ReadItems<WideString>};
+    readers[bytes[0] % std::size(readers)](binary);
     mostBytes = SIZE_MAX;
+    ASAN_UNPOISON_MEMORY_REGION(end, behind);
     return 0;
 }

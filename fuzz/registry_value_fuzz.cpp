@@ -55,16 +55,14 @@ void PutChecksumsRight(std::string& file)
     }
 }
 
-class MemoryFile {
-public:
-    explicit MemoryFile(const std::string& content) : descriptor(::memfd_create("value", MFD_CLOEXEC))
-    {
-        Require(::write(descriptor, content.data(), content.size()) == static_cast<ssize_t>(content.size()));
-    }
-    ~MemoryFile() { ::close(descriptor); }
-
-    const int descriptor;
-};
+int FileOf(const std::string& content)
+{
+    static const int descriptor = ::memfd_create("value", MFD_CLOEXEC);
+    const auto size = static_cast<ssize_t>(content.size());
+    Require(
+        ::ftruncate(descriptor, 0) == 0 && ::pwrite(descriptor, content.data(), content.size(), 0) == size);
+    return descriptor;
+}
 
 void ExpectValue(int descriptor, std::uint32_t type, const std::string& bytes)
 {
@@ -83,10 +81,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::string content(reinterpret_cast<const char*>(data) + 1, size - 1);
     if (data[0] % 2 != 0)
         PutChecksumsRight(content);
-    const MemoryFile memory(content);
+    const int descriptor = FileOf(content);
 
     ValueFile file;
-    const Reading reading = file.Read(memory.descriptor, nullptr, 0);
+    const Reading reading = file.Read(descriptor, nullptr, 0);
     Require(reading != Reading::Failed);
     if (reading != Reading::Whole)
         return 0;
@@ -94,21 +92,20 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(file.Size() <= content.size() && file.Name().size() <= valueNameLimit);
     std::string bytes(file.Size(), '\0');
     ValueFile again;
-    Require(again.Read(memory.descriptor, bytes.data(), file.Size()) == Reading::Whole);
-    ExpectValue(memory.descriptor, file.Type(), bytes);
+    Require(again.Read(descriptor, bytes.data(), file.Size()) == Reading::Whole);
+    ExpectValue(descriptor, file.Type(), bytes);
 
     // Large and small in turn, so that each way of writing meets what lies there.
-    for (const std::size_t next :
-        {std::size_t{5000}, std::size_t{3}, std::size_t{1400}, bytes.size(), std::size_t{0}}) {
+    for (const std::size_t next : std::initializer_list<std::size_t>{5000, 3, 1400, bytes.size(), 0}) {
         bytes.assign(next, static_cast<char>(next));
-        Require(file.WriteNext(memory.descriptor, 7, bytes.data(), static_cast<std::uint32_t>(next)));
-        ExpectValue(memory.descriptor, 7, bytes);
+        Require(file.WriteNext(descriptor, 7, bytes.data(), static_cast<std::uint32_t>(next)));
+        ExpectValue(descriptor, 7, bytes);
         ValueLayout layout = file.Layout();
         if (layout.room >= 3) {
-            Require(ValueFile::WriteNext(memory.descriptor, layout, 8, "abc", 3));
-            ExpectValue(memory.descriptor, 8, "abc");
+            Require(ValueFile::WriteNext(descriptor, layout, 8, "abc", 3));
+            ExpectValue(descriptor, 8, "abc");
         }
-        Require(file.Read(memory.descriptor, nullptr, 0) == Reading::Whole);
+        Require(file.Read(descriptor, nullptr, 0) == Reading::Whole);
     }
     return 0;
 }

@@ -31,6 +31,17 @@ std::u16string Wide(const std::string& bytes)
 
 // ---- Code pages
 
+// Measured and written, it has the same length.
+template <class Target, class Source, class Convert>
+void MeasureAndWrite(const std::basic_string<Source>& text, Convert convert)
+{
+    const auto source = Exactly(text);
+    const int size = static_cast<int>(text.size());
+    const int length = convert(source.get(), size, nullptr, 0);
+    const auto target = std::make_unique<Target[]>(static_cast<std::size_t>(length));
+    Require(convert(source.get(), size, target.get(), length) == length);
+}
+
 void FuzzCodePage(const std::string& bytes)
 {
     constexpr std::uint32_t pages[] = {
@@ -39,18 +50,10 @@ void FuzzCodePage(const std::string& bytes)
         return;
     const std::uint32_t page = pages[static_cast<unsigned char>(bytes[0]) % std::size(pages)];
     const std::string text = bytes.substr(1);
-    const auto source = Exactly(text);
-    const int length = MultiByteToWideChar(page, 0, source.get(), static_cast<int>(text.size()), nullptr, 0);
-    const auto wide = std::make_unique<char16_t[]>(static_cast<std::size_t>(length));
-    Require(MultiByteToWideChar(page, 0, source.get(), static_cast<int>(text.size()), wide.get(), length)
-        == length);
-    const std::u16string other = Wide(text);
-    const auto otherSource = Exactly(other);
-    const int otherLength = static_cast<int>(other.size());
-    const int narrowLength = WideCharToMultiByte(page, 0, otherSource.get(), otherLength, nullptr, 0);
-    const auto narrow = std::make_unique<char[]>(static_cast<std::size_t>(narrowLength));
-    Require(WideCharToMultiByte(page, 0, otherSource.get(), otherLength, narrow.get(), narrowLength)
-        == narrowLength);
+    MeasureAndWrite<char16_t>(
+        text, [&](auto... arguments) { return MultiByteToWideChar(page, 0, arguments...); });
+    MeasureAndWrite<char>(
+        Wide(text), [&](auto... arguments) { return WideCharToMultiByte(page, 0, arguments...); });
 }
 
 // ---- Formatting
@@ -81,6 +84,10 @@ int Call(Char* buffer, std::size_t capacity, const Char* format, ...)
 template <bool isMessage, class Char>
 void FuzzFormat(const std::basic_string<Char>& format)
 {
+    // A conversion takes three words at most, and a star one more.
+    const auto count = [&](char unit) { return std::count(format.begin(), format.end(), Char(unit)); };
+    if (!isMessage && static_cast<std::size_t>(3 * count('%') + count('*')) > argumentCount)
+        return;
     const auto source = Exactly(format + Char{});
     const auto formatInto = [&](Char* buffer, std::size_t capacity) {
         return CallWithArguments(
@@ -99,12 +106,10 @@ void FuzzFormat(const std::basic_string<Char>& format)
     Require(std::equal(half.get(), half.get() + std::min(written, room / 2), whole.get()));
 }
 
-// How many words a format can take at most: three for each conversion and one for each star.
-template <class Char>
-bool TakesTooMuch(const std::basic_string<Char>& format)
+template <bool isMessage>
+void FuzzWideFormat(const std::string& bytes)
 {
-    const auto count = [&format](Char unit) { return std::count(format.begin(), format.end(), unit); };
-    return static_cast<std::size_t>(3 * count('%') + count('*')) > argumentCount;
+    FuzzFormat<isMessage>(Wide(bytes));
 }
 
 } // namespace
@@ -114,24 +119,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* start, std::size_t siz
     if (size == 0)
         return 0;
     const std::string bytes(reinterpret_cast<const char*>(start) + 1, size - 1);
-    const std::u16string wide = Wide(bytes);
-    switch (*start % 5) {
-    case 0:
-        FuzzCodePage(bytes);
-        break;
-    case 1:
-        if (!TakesTooMuch(bytes))
-            FuzzFormat<false>(bytes);
-        break;
-    case 2:
-        if (!TakesTooMuch(wide))
-            FuzzFormat<false>(wide);
-        break;
-    case 3:
-        FuzzFormat<true>(bytes);
-        break;
-    default:
-        FuzzFormat<true>(wide);
-    }
+    constexpr void (*targets[])(const std::string&) = {FuzzCodePage, FuzzFormat<false, char>,
+        FuzzWideFormat<false>, FuzzFormat<true, char>, FuzzWideFormat<true>};
+    targets[*start % std::size(targets)](bytes);
     return 0;
 }

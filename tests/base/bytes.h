@@ -3,6 +3,7 @@
 
 #include <tessel/base/archive.h>
 
+#include <functional>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -25,6 +26,21 @@ void ReadFrom(const Binary& stored, Items&... items)
 {
     ReadArchive archive(stored);
     (archive >> ... >> items);
+}
+
+// What a failure says, without what stands around it in every one; empty where there is none.
+inline std::string FailureOf(const std::function<void()>& act)
+{
+    try {
+        act();
+    } catch (const Error& error) {
+        if (error.HasCode(Error::badFormat))
+            return "bad format";
+        const std::string text = NarrowString(error.Format().c_str()).c_str();
+        const std::size_t start = text.find(": ") + 2;
+        return text.substr(start, text.size() - start - 2);
+    }
+    return {};
 }
 
 inline void PrintTo(const Binary& binary, std::ostream* out)

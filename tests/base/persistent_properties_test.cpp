@@ -13,19 +13,6 @@ namespace {
 using Type = Properties::PropertyType;
 using Names = std::vector<WideString>;
 
-// What the failure says, without what stands around it in every one.
-std::string TokenOf(const std::function<void()>& act)
-{
-    try {
-        act();
-    } catch (const Error& error) {
-        const std::string text = NarrowString(error.Format().c_str()).c_str();
-        const std::size_t start = text.find(": ") + 2;
-        return text.substr(start, text.size() - start - 2);
-    }
-    return "nothing thrown";
-}
-
 class PersistentPropertiesTest : public ::testing::Test {
 protected:
     PersistentPropertiesTest() { bag.Open(u"Client\\Settings", true); }
@@ -69,13 +56,13 @@ TEST_F(PersistentPropertiesTest, OfABagThatIsMissingFindNothingAndMakeNothing)
     bag.Clear();
     bag.DeleteBag();
     EXPECT_EQ(bag.GetString(u"n", u"d"), u"d");
-    EXPECT_EQ(TokenOf([&] { static_cast<void>(bag.GetNumber(u"n")); }), "reg-open-key" + at + "') err=2");
+    EXPECT_EQ(FailureOf([&] { static_cast<void>(bag.GetNumber(u"n")); }), "reg-open-key" + at + "') err=2");
     EXPECT_EQ(OpenCode(Platform::HKEY_CURRENT_USER, u"SOFTWARE"), Platform::ERROR_FILE_NOT_FOUND);
     bag.SetNumber(u"n", 1);
     EXPECT_FALSE(bag.IsBagNew());
     EXPECT_EQ(Platform::RegDeleteKeyW(Platform::HKEY_CURRENT_USER, path.c_str()), 0U);
     EXPECT_EQ(
-        TokenOf([&] { static_cast<void>(bag.GetNumber(u"n")); }), "reg-query-val" + at + "\\n') err=1018");
+        FailureOf([&] { static_cast<void>(bag.GetNumber(u"n")); }), "reg-query-val" + at + "\\n') err=1018");
 }
 
 TEST_F(PersistentPropertiesTest, TellWhatIsMissingAndWhatHasAnotherType)
@@ -101,8 +88,8 @@ TEST_F(PersistentPropertiesTest, TellWhatIsMissingAndWhatHasAnotherType)
         {[&](auto) { bag.SetNumber(WideString().Append(u'n', 16384), 1); }, u"", "reg-set-value",
             std::string(16384, 'n') + "') err=87"}};
     for (const auto& c : cases)
-        EXPECT_EQ(TokenOf([&] { c.act(c.name); }), c.front + at + "\\" + c.back);
-    EXPECT_EQ(TokenOf([&] { static_cast<void>(bag.GetHandle(u"h")); }), "pprop-gethandle-notsupp");
+        EXPECT_EQ(FailureOf([&] { c.act(c.name); }), c.front + at + "\\" + c.back);
+    EXPECT_EQ(FailureOf([&] { static_cast<void>(bag.GetHandle(u"h")); }), "pprop-gethandle-notsupp");
     EXPECT_EQ(bag.GetHandle(u"s", Handle{3}), Handle{3});
     EXPECT_EQ(bag.GetString(u"short", u"d"), u"d");
     EXPECT_EQ(bag.GetBinary(u"s", Bytes("AA")), Bytes("AA"));
@@ -169,15 +156,15 @@ TEST_F(PersistentPropertiesTest, OfOthersAreReadOrRefused)
         if (shared.GetNumber(u"n") != 0x34333231 || shared.EnumProperties() != Names{u"n"})
             return 1;
         const std::string machine = "('HKEY_LOCAL_MACHINE\\SOFTWARE\\Shared') err=5";
-        if (TokenOf([&] { shared.SetNumber(u"n", 1); }) != "reg-open-key" + machine)
+        if (FailureOf([&] { shared.SetNumber(u"n", 1); }) != "reg-open-key" + machine)
             return 2;
-        if (TokenOf([&] { shared.DeleteBag(); }) != "reg-delete-key" + machine
+        if (FailureOf([&] { shared.DeleteBag(); }) != "reg-delete-key" + machine
             || shared.GetNumber(u"n", 5) != 0x34333231) // opened again, for reading
             return 3;
         // A user's hive gives defaults to others, and fails where there is none.
         PersistentProperties others;
         others.Open(u"Client\\Settings", true);
-        const std::string failure = TokenOf([&] { static_cast<void>(others.GetType(u"n")); });
+        const std::string failure = FailureOf([&] { static_cast<void>(others.GetType(u"n")); });
         return others.GetNumber(u"n", 5) == 5 && failure == "reg-open-key" + at + "') err=5" ? 0 : 4;
     });
     EXPECT_EQ(failedAt, 0);

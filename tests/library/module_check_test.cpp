@@ -64,20 +64,10 @@ bool IsRefused(const std::string& file)
 TEST(ModuleCheck, RefusesWhatIsNoSharedObject)
 {
     const std::string sound = BytesOf("nothing");
-    std::string narrow = sound;
-    narrow[4] = 1; // 32 bits
-    std::string program = sound;
-    program[16] = 2; // linked to a fixed address
-    std::string bare = sound;
-    bare.replace(40, 8, 8, '\0'); // without section headers
-    for (const std::string& file :
-        {std::string(), std::string("\177ELF"), std::string(100, 'x'), narrow, program, bare})
-        EXPECT_TRUE(IsRefused(file)) << file.size();
-}
-
-TEST(ModuleCheck, BearsAFileThatIsCutOffAnywhere)
-{
-    const std::string sound = BytesOf("nothing");
+    EXPECT_TRUE(IsRefused(std::string(100, 'x')));
+    EXPECT_TRUE(IsRefused(std::string(sound).replace(4, 1, "\1"))) << "32 bits";
+    EXPECT_TRUE(IsRefused(std::string(sound).replace(16, 1, "\2"))) << "linked to a fixed address";
+    EXPECT_TRUE(IsRefused(std::string(sound).replace(40, 8, 8, '\0'))) << "without section headers";
     const std::size_t step = sound.size() / 2000 + 1;
     for (std::size_t length = 0; length < sound.size(); length += step)
         EXPECT_TRUE(IsRefused(sound.substr(0, length))) << "the section headers stand last; " << length;

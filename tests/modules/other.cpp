@@ -1,7 +1,7 @@
 // A second module, with a Module of its own, a startup class, and a word for each thing that happens to it.
 #include "tests/modules/gadgets.h"
 
-#include <tessel/object/registration.h>
+#include <tessel/object/class_factory.h>
 #include <tessel/object/system.h>
 
 #include <cstdio>
@@ -14,28 +14,18 @@ void Tell(const char* what)
     std::fflush(stdout);
 }
 
-class StarterImpl : public Face<Object::Startup> {
-public:
+struct StarterImpl : Face<Object::Startup> {
+    static constexpr const char16_t* clsid = u"CID_Testing::Starter";
     StarterImpl() { Tell("startup object made"); }
     ~StarterImpl() { Tell("startup object gone"); }
 };
 
-class OtherFactory : public Face<Object::StaticFactory> {
-public:
-    ~OtherFactory() { Tell("factory gone"); }
+struct OtherFactory : Object::ClassFactory<StarterImpl> {
     OtherFactory()
     {
         Tell(Module::GetState() == Module::StateType::started ? "factory made, started" : "factory made");
     }
-    void CreateInstance(const Clsid& clsid, FacePtr<BaseFace>& out) override
-    {
-        if (clsid == u"CID_Testing::Starter")
-            out = MakeFace<Impl<StarterImpl, Module>>();
-    }
-    void ListClasses(Object::ClassInfoList& out) override
-    {
-        out.push_back(Object::DescribeClass<StarterImpl>(u"CID_Testing::Starter"));
-    }
+    ~OtherFactory() { Tell("factory gone"); }
 };
 
 } // namespace Testing
@@ -48,5 +38,5 @@ struct Witness {
     }
     ~Witness() { Testing::Tell("static gone"); }
 } witness;
-const Object::FactoryRegistration others = Object::FactoryRegistration::Of<Testing::OtherFactory>("testing");
+const auto others = Object::FactoryRegistration::Of<Testing::OtherFactory>("testing");
 } // namespace

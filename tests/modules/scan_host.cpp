@@ -16,16 +16,13 @@
 
 namespace {
 
-class HostFactory : public Face<Object::StaticFactory> {
-public:
-    ~HostFactory() { std::printf("host factory gone\n"); }
-    void CreateInstance(const Clsid&, FacePtr<BaseFace>&) override { }
-    void ListClasses(Object::ClassInfoList& out) override
-    {
-        out.push_back({u"CID_Host::Own", {u"IID_BaseFace"}, {}});
-    }
+struct HostClass : Face<> {
+    static constexpr const char16_t* clsid = u"CID_Host::Own";
 };
-const Object::FactoryRegistration hosts = Object::FactoryRegistration::Of<HostFactory>("host");
+struct HostFactory : Object::ClassFactory<HostClass> {
+    ~HostFactory() { std::printf("host factory gone\n"); }
+};
+const auto hosts = Object::FactoryRegistration::Of<HostFactory>("host");
 
 struct Witness {
     ~Witness() { std::printf("host static gone\n"); }

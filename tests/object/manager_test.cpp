@@ -33,16 +33,9 @@ public:
     int listings = 0;
 };
 
-template <class Made, class... Arguments>
-FacePtr<Impl<Made, Module>> Make(Arguments&&... arguments)
-{
-    return MakeFace<Impl<Made, Module>>(std::forward<Arguments>(arguments)...);
-}
-
-FacePtr<Object::Manager> TheManager()
-{
-    return FacePtr<Object::Manager>(Clsid(Object::managerClass));
-}
+using TestFactoryObject = Impl<TestFactory, Module>;
+using Names = std::vector<WideString>;
+const FacePtr<Object::Manager> manager{Clsid(Object::managerClass)};
 
 WideString FailureOf(const char16_t* clsid, const char16_t* iid)
 {
@@ -56,8 +49,7 @@ WideString FailureOf(const char16_t* clsid, const char16_t* iid)
 
 TEST(Manager, WithoutAStartKnowsOnlyItself)
 {
-    const auto manager = TheManager();
-    EXPECT_EQ(manager, TheManager());
+    EXPECT_EQ(manager, FacePtr<Object::Manager>(Clsid(Object::managerClass)));
     EXPECT_TRUE(manager->IsRegistered(Object::managerClass));
     EXPECT_FALSE(manager->IsRegistered(u"CID_Nobody"));
     EXPECT_THROW(manager->GetClassInfo(u"CID_Nobody"), Error);
@@ -68,10 +60,9 @@ TEST(Manager, WithoutAStartKnowsOnlyItself)
 
 TEST(Manager, LastFactoryForAClassServesItAndHasNoFallBack)
 {
-    const auto manager = TheManager();
-    const auto first = Make<TestFactory>(
-        std::vector<WideString>{u"CID_Testing::A", u"CID_Testing::B", u"CID_Testing::Throws"});
-    auto second = Make<TestFactory>(std::vector<WideString>{u"CID_Testing::A"});
+    const auto first =
+        MakeFace<TestFactoryObject>(Names{u"CID_Testing::A", u"CID_Testing::B", u"CID_Testing::Throws"});
+    auto second = MakeFace<TestFactoryObject>(Names{u"CID_Testing::A"});
     manager->AddFactory(FacePtr<Object::Factory>(first));
     manager->AddFactory(FacePtr<Object::Factory>(second));
     FacePtr<Left> made{Clsid(u"CID_Testing::A")};
@@ -87,8 +78,8 @@ TEST(Manager, LastFactoryForAClassServesItAndHasNoFallBack)
 
 TEST(Manager, FindsClassesByPatternAndInterface)
 {
-    const auto compound = Make<Object::CompoundFactory>();
-    const auto factory = Make<TestFactory>(std::vector<WideString>{u"CID_A", u"CID_B", u"CID_C"});
+    const auto compound = MakeFace<Impl<Object::CompoundFactory, Module>>();
+    const auto factory = MakeFace<TestFactoryObject>(Names{u"CID_A", u"CID_B", u"CID_C"});
     compound->AddFactory(FacePtr<Object::Factory>(factory));
     factory->listings = 0;
     EXPECT_EQ(compound->FindClasses({}, {}).size(), 3U);
