@@ -1,9 +1,8 @@
 #include "tests/allocation_plan.h"
+#include "tests/base/bytes.h"
 #include <tessel/base/binary.h>
 
 #include <gtest/gtest.h>
-#include <string>
-#include <string_view>
 
 namespace {
 
@@ -11,33 +10,17 @@ Binary Of(std::string_view bytes)
 {
     return {bytes.data(), static_cast<std::uint32_t>(bytes.size())};
 }
-std::string Bytes(const Binary& binary)
-{
-    return {reinterpret_cast<const char*>(binary.GetData()), binary.GetSize()};
-}
-
-TEST(Binary, GrowsInSteps)
-{
-    const std::pair<std::uint32_t, std::uint32_t> cases[] = {
-        {1, 16}, {17, 32}, {257, 512}, {513, 1024}, {1025, 1536}};
-    for (const auto& [asked, given] : cases) {
-        Binary binary;
-        binary.SetSize(asked, false);
-        EXPECT_EQ(binary.GetCapacity(), given) << "for " << asked;
-    }
-}
-
 TEST(Binary, IsCopiedBeforeItIsWrittenThrough)
 {
     Binary first = Of("abcdef");
     Binary second = first;
     EXPECT_EQ(first.GetData(), second.GetData());
     second.GetWritableData()[0] = 'A';
-    EXPECT_EQ(Bytes(second), "Abcdef");
+    EXPECT_EQ(second, Of("Abcdef"));
     Binary third = first;
     third.SetSize(3, true);
-    EXPECT_EQ(Bytes(third), "abc");
-    EXPECT_EQ(Bytes(first), "abcdef");
+    EXPECT_EQ(third, Of("abc"));
+    EXPECT_EQ(first, Of("abcdef"));
     third = first;
     third.Clear();
     EXPECT_EQ(third.GetData(), nullptr) << "a shared block is let go";
@@ -64,10 +47,10 @@ TEST(Binary, FillGrowsAndKeepsWhatItDoesNotCover)
     Binary binary = Of("abcdefgh");
     const Binary keeper = binary;
     binary.Fill('x', 6, 4);
-    EXPECT_EQ(Bytes(binary), "abcdefxxxx");
-    EXPECT_EQ(Bytes(keeper), "abcdefgh");
+    EXPECT_EQ(binary, Of("abcdefxxxx"));
+    EXPECT_EQ(keeper, Of("abcdefgh"));
     binary.Fill('y', 9, Binary::everything);
-    EXPECT_EQ(Bytes(binary), "abcdefxxxy");
+    EXPECT_EQ(binary, Of("abcdefxxxy"));
     Binary none;
     none.Fill('x', 5, 0);
     EXPECT_EQ(none.GetData(), nullptr);
@@ -83,8 +66,8 @@ TEST(Binary, AddsAlsoItself)
     EXPECT_EQ(binary.GetData(), bytes.GetData()) << "without bytes of its own it shares";
     binary += binary;
     binary += Binary();
-    EXPECT_EQ(Bytes(binary), "abcabc");
-    EXPECT_EQ(Bytes(bytes), "abc");
+    EXPECT_EQ(binary, Of("abcabc"));
+    EXPECT_EQ(bytes, Of("abc"));
 }
 
 TEST(Binary, WithoutMemoryIsNull)
@@ -98,7 +81,7 @@ TEST(Binary, WithoutMemoryIsNull)
         AllocationPlan::FailNth(0);
         EXPECT_TRUE(binary.IsEmpty());
     }
-    EXPECT_EQ(Bytes(keeper), "abc");
+    EXPECT_EQ(keeper, Of("abc"));
 }
 
 } // namespace

@@ -127,21 +127,19 @@ TEST_F(PersistentPropertiesTest, PassForeignTypesOverAndClearThem)
 // As deep as keys can lie, and with hardly more descriptors than levels.
 TEST_F(PersistentPropertiesTest, DeleteTheDeepestBag)
 {
-    EXPECT_EQ(InAnotherProcess([] {
+    EXPECT_EQ(InAnotherProcess([this] {
         const rlimit descriptors{600, 600};
         ::setrlimit(RLIMIT_NOFILE, &descriptors);
         WideString levels = u"d";
         for (int level = 3; level <= 512; ++level) // SOFTWARE is level 1
             levels += u"\\d";
-        PersistentProperties deepest;
-        deepest.Open(levels, true);
-        deepest.SetNumber(u"n", 1);
-        PersistentProperties top;
-        top.Open(u"d", true);
-        top.DeleteBag();
-        return top.IsBagNew() ? 0 : 1;
+        bag.Open(levels, true);
+        bag.SetNumber(u"n", 1);
+        bag.Open(u"d", true);
+        bag.DeleteBag();
+        return bag.IsBagNew();
     }),
-        0);
+        1);
 }
 
 TEST_F(PersistentPropertiesTest, OfOthersAreReadOrRefused)
@@ -150,24 +148,23 @@ TEST_F(PersistentPropertiesTest, OfOthersAreReadOrRefused)
         GTEST_SKIP() << "takes an administrator and a user";
     Key(u"SOFTWARE\\Shared", Platform::HKEY_LOCAL_MACHINE).Set(u"n", "1234", Platform::REG_DWORD);
     bag.SetNumber(u"n", 1);
-    const int failedAt = AsOrdinaryUser([this] {
+    EXPECT_EQ(AsOrdinaryUser([this] {
         PersistentProperties shared;
         shared.Open(u"Shared", false);
-        if (shared.GetNumber(u"n") != 0x34333231 || shared.EnumProperties() != Names{u"n"})
-            return 1;
+        EXPECT_EQ(shared.EnumProperties(), Names{u"n"});
         const std::string machine = "('HKEY_LOCAL_MACHINE\\SOFTWARE\\Shared') err=5";
-        if (FailureOf([&] { shared.SetNumber(u"n", 1); }) != "reg-open-key" + machine)
-            return 2;
-        if (FailureOf([&] { shared.DeleteBag(); }) != "reg-delete-key" + machine
-            || shared.GetNumber(u"n", 5) != 0x34333231) // opened again, for reading
-            return 3;
+        EXPECT_EQ(FailureOf([&] { shared.SetNumber(u"n", 1); }), "reg-open-key" + machine);
+        EXPECT_EQ(FailureOf([&] { shared.DeleteBag(); }), "reg-delete-key" + machine);
+        EXPECT_EQ(shared.GetNumber(u"n", 5), 0x34333231U) << "opened again, for reading";
         // A user's hive gives defaults to others, and fails where there is none.
         PersistentProperties others;
         others.Open(u"Client\\Settings", true);
-        const std::string failure = FailureOf([&] { static_cast<void>(others.GetType(u"n")); });
-        return others.GetNumber(u"n", 5) == 5 && failure == "reg-open-key" + at + "') err=5" ? 0 : 4;
-    });
-    EXPECT_EQ(failedAt, 0);
+        EXPECT_EQ(others.GetNumber(u"n", 5), 5U);
+        EXPECT_EQ(
+            FailureOf([&] { static_cast<void>(others.GetType(u"n")); }), "reg-open-key" + at + "') err=5");
+        return HasFailure();
+    }),
+        0);
 }
 
 // A text that grows and shrinks between the two looks at it comes out as one that was set.

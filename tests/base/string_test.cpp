@@ -29,14 +29,17 @@ TEST(String, SharesUntilOneIsWritten)
     EXPECT_EQ(first, u"shared text");
 }
 
-TEST(String, GrowsInSteps)
+TEST(StringAndBinary, GrowInSteps)
 {
-    const std::pair<std::uint32_t, std::uint32_t> cases[] = {
-        {0, 2}, {1, 16}, {17, 32}, {65, 128}, {256, 256}, {257, 512}, {513, 768}};
-    for (const auto& [asked, given] : cases) {
+    const std::uint32_t cases[][3] = {{0, 2, 0}, {1, 16, 16}, {17, 32, 32}, {65, 128, 128}, {256, 256, 256},
+        {257, 512, 512}, {513, 768, 1024}, {1025, 1280, 1536}};
+    for (const auto& [asked, ofString, ofBinary] : cases) {
         WideString text;
         EXPECT_NE(text.PrepareWriting(asked, true), WideString().c_str());
-        EXPECT_EQ(text.GetCapacity(), given) << "for " << asked;
+        EXPECT_EQ(text.GetCapacity(), ofString) << "for " << asked;
+        Binary binary;
+        binary.SetSize(asked, false);
+        EXPECT_EQ(binary.GetCapacity(), ofBinary) << "for " << asked;
     }
 }
 

@@ -2,7 +2,6 @@
 #include <tessel/object/global.h>
 
 #include <gtest/gtest.h>
-#include <memory>
 
 namespace Testing {
 
@@ -10,14 +9,13 @@ using Weak = BaseFace::WeakReference;
 
 TEST(WeakReference, AllAreDeadBeforeTheDestructorRuns)
 {
-    static std::unique_ptr<Weak[]> weak;
-    weak = std::make_unique<Weak[]>(5);
+    static Weak weak[5];
     FacePtr<Both> object = MakeFace<Both>();
-    for (int i = 0; i < 5; ++i)
-        weak[i].AttachObject(Primary(object.Get()));
+    for (Weak& one : weak)
+        one.AttachObject(Primary(object.Get()));
     object->onDeath = [](BothImpl&) {
-        for (int i = 0; i < 5; ++i)
-            EXPECT_EQ(weak[i].LockObject(), nullptr);
+        for (const Weak& one : weak)
+            EXPECT_EQ(one.LockObject(), nullptr);
         weak[3].DetachObject();
     };
     BaseFace* const locked = weak[4].LockObject();
@@ -26,9 +24,8 @@ TEST(WeakReference, AllAreDeadBeforeTheDestructorRuns)
     EXPECT_EQ(BothImpl::living, 1) << "the locked reference holds it";
     locked->Release();
     EXPECT_EQ(BothImpl::living, 0);
-    for (const int i : {0, 1, 2, 4})
-        weak[i].DetachObject();
-    weak = nullptr;
+    for (Weak& one : weak)
+        one.DetachObject(); // one of them again
 }
 
 TEST(WeakReference, DetachesFromAnyPlaceInTheList)
