@@ -53,6 +53,16 @@ private:
     pid_t pid;
 };
 
+// Runs the function in a copy of this process, whose exit code is what it gives (0 to 255).
+template <class Function>
+ChildProcess Forked(Function function)
+{
+    const pid_t pid = ::fork();
+    if (pid == 0)
+        ::_exit(function());
+    return ChildProcess(pid);
+}
+
 class ChildRole {
 public:
     using Body = int (*)(int argument);

@@ -1,9 +1,7 @@
 // The n-th system call fails, for each n: the operation tells it, leaves no descriptor open, and works
 // again afterwards.
-#include "platform/errors.h"
-#include "platform/files.h"
 #include "platform/linux/seam.h"
-#include "tests/platform/temporary_folder.h"
+#include "tests/platform/open_file.h"
 
 #include <cerrno>
 #include <functional>
@@ -13,18 +11,11 @@ using namespace Platform;
 
 namespace {
 
-bool OpenAndClose(const std::u16string& path, std::uint32_t access, std::uint32_t disposition)
-{
-    const Handle file = CreateFileW(path.c_str(), access, 0, disposition, 0);
-    return file != INVALID_HANDLE_VALUE && CloseHandle(file);
-}
-
 // Opens before the faults, so that these meet the operation alone.
 bool WithFile(const TemporaryFolder& folder, const std::function<bool(Handle)>& use)
 {
     Seam::FailNth(0, 0);
-    const Handle file =
-        CreateFileW(folder.Text("tree/file").c_str(), GENERIC_READ | GENERIC_WRITE, 0, OPEN_EXISTING, 0);
+    const Handle file = Open(folder.Text("tree/file"), GENERIC_READ | GENERIC_WRITE);
     const bool succeeded = use(file);
     CloseHandle(file);
     return succeeded;
@@ -43,9 +34,10 @@ bool List(const TemporaryFolder& folder)
 
 using Folder = const TemporaryFolder&;
 const std::pair<const char*, std::function<bool(Folder)>> operations[] = {
-    {"open", [](Folder f) { return OpenAndClose(f.Text("tree/file"), GENERIC_READ, OPEN_EXISTING); }},
-    {"empty", [](Folder f) { return OpenAndClose(f.Text("tree/file"), GENERIC_WRITE, CREATE_ALWAYS); }},
-    {"make", [](Folder f) { return OpenAndClose(f.Text("tree/new"), GENERIC_WRITE, CREATE_NEW); }},
+    {"open", [](Folder f) { return ErrorOfOpen(f.Text("tree/file"), GENERIC_READ, 0) == 0; }},
+    {"empty",
+        [](Folder f) { return ErrorOfOpen(f.Text("tree/file"), GENERIC_WRITE, 0, CREATE_ALWAYS) == 0; }},
+    {"make", [](Folder f) { return ErrorOfOpen(f.Text("tree/new"), GENERIC_WRITE, 0, CREATE_NEW) == 0; }},
     {"list", List},
     {"rename",
         [](Folder f) {
@@ -128,20 +120,17 @@ TEST(FailingTransfer, GivesWhatWasMovedBeforeAndLosesNothing)
         EXPECT_TRUE(ReadFile(file, content, 16, &count));
         EXPECT_EQ(count, 7U);
         Seam::FailNth(1, EIO);
-        EXPECT_FALSE(ReadFile(file, content, 16, &count));
-        EXPECT_EQ(GetLastError(), ERROR_IO_DEVICE);
+        EXPECT_EQ(ErrorOf(ReadFile(file, content, 16, &count)), ERROR_IO_DEVICE);
         Seam::FailNth(1, ENOSPC);
-        EXPECT_FALSE(WriteFile(file, "more", 4, &count));
+        EXPECT_EQ(ErrorOf(WriteFile(file, "more", 4, &count)), ERROR_DISK_FULL);
         EXPECT_EQ(count, 0U);
-        EXPECT_EQ(GetLastError(), ERROR_DISK_FULL);
         return WriteFile(file, "more", 4, &count) && count == 4;
     }));
     EXPECT_EQ(folder.Content("tree/file"), "contentmore");
     Platform::FILE* const file = _wfopen(folder.Text("late").c_str(), u"w");
     EXPECT_EQ(fwrite("x", 1, 1, file), 1U);
     Seam::FailNth(2, EDQUOT); // behind the write: the file system tells it at the close
-    EXPECT_NE(fclose(file), 0);
-    EXPECT_EQ(GetLastError(), ERROR_NOT_ENOUGH_QUOTA);
+    EXPECT_EQ(ErrorOf(fclose(file) == 0), ERROR_NOT_ENOUGH_QUOTA);
     Seam::FailNth(0, 0);
 }
 
@@ -150,21 +139,20 @@ TEST(FileSystem, MayLackLocksAndExclusiveRenaming)
 {
     const TemporaryFolder folder;
     MakeTree(folder);
-    const Handle alone = CreateFileW(folder.Text("tree/file").c_str(), GENERIC_READ, 0, OPEN_EXISTING, 0);
+    const Handle alone = Open(folder.Text("tree/file"), GENERIC_READ, 0);
     for (const int error : {EOPNOTSUPP, ENOLCK, EINVAL}) {
         Seam::FailNth(4, error); // behind two looks and the open
-        EXPECT_TRUE(OpenAndClose(folder.Text("tree/file"), GENERIC_READ, OPEN_EXISTING)) << error;
+        EXPECT_TRUE(ErrorOfOpen(folder.Text("tree/file"), GENERIC_READ, 0) == 0) << error;
     }
     CloseHandle(alone);
     folder.MakeFile("tree/other", "other");
-    Seam::FailNth(1, EINVAL);
-    EXPECT_FALSE(MoveFileExW(folder.Text("tree/file").c_str(), folder.Text("tree/other").c_str(), 0));
-    EXPECT_EQ(GetLastError(), ERROR_ALREADY_EXISTS);
-    for (const char* const name : {"tree/file", "tree/sub"}) {
+    const auto move = [&](const char* from, const char* to) {
         Seam::FailNth(1, EINVAL);
-        EXPECT_TRUE(MoveFileExW(folder.Text(name).c_str(), folder.Text(name + std::string("2")).c_str(), 0))
-            << name;
-    }
+        return ErrorOf(MoveFileExW(folder.Text(from).c_str(), folder.Text(to).c_str(), 0));
+    };
+    EXPECT_EQ(move("tree/file", "tree/other"), ERROR_ALREADY_EXISTS);
+    EXPECT_EQ(move("tree/file", "tree/file2"), ERROR_SUCCESS);
+    EXPECT_EQ(move("tree/sub", "tree/sub2"), ERROR_SUCCESS);
     Seam::FailNth(0, 0);
     EXPECT_EQ(folder.Content("tree/file2"), "content");
     EXPECT_EQ(folder.Content("tree/other"), "other");

@@ -1,38 +1,14 @@
-#include "platform/errors.h"
-#include "platform/files.h"
-#include "tests/platform/temporary_folder.h"
+#include "tests/platform/open_file.h"
 
 #include <csignal>
-#include <cstring>
 #include <sys/mount.h>
 #include <sys/resource.h>
-#include <thread>
 
 using namespace Platform;
 
 namespace {
 
 constexpr std::uint32_t READ_WRITE = GENERIC_READ | GENERIC_WRITE;
-constexpr std::uint32_t SHARE_BOTH = FILE_SHARE_READ | FILE_SHARE_WRITE;
-
-Handle Open(const std::u16string& path, std::uint32_t access, std::uint32_t disposition = OPEN_EXISTING,
-    std::uint32_t flags = 0)
-{
-    return CreateFileW(path.c_str(), access, SHARE_BOTH, disposition, flags);
-}
-
-// The error of an open, 0 if it succeeds.
-std::uint32_t ErrorOfOpen(const std::u16string& path, std::uint32_t access,
-    std::uint32_t disposition = OPEN_EXISTING, std::uint32_t flags = 0)
-{
-    const Handle file = Open(path, access, disposition, flags);
-    return file == INVALID_HANDLE_VALUE ? GetLastError() : CloseHandle(file) ? ERROR_SUCCESS : 1;
-}
-
-std::uint32_t ErrorOf(bool succeeded)
-{
-    return succeeded ? ERROR_SUCCESS : GetLastError();
-}
 
 std::int64_t Seek(Handle file, std::int64_t offset, std::uint32_t method)
 {
@@ -74,7 +50,7 @@ TEST(OpenedFile, TellsWhyItCannotBe)
         {"file", 1, OPEN_EXISTING, 0, ERROR_INVALID_PARAMETER},
         {"file", GENERIC_READ, OPEN_EXISTING, 4, ERROR_INVALID_PARAMETER}};
     for (const auto& [name, access, disposition, flags, error] : cases)
-        EXPECT_EQ(ErrorOfOpen(folder.Text(name), access, disposition, flags), error) << name << access;
+        EXPECT_EQ(ErrorOfOpen(folder.Text(name), access, 3, disposition, flags), error) << name << access;
     EXPECT_EQ(ErrorOfOpen(u"C:\\dev\\null", GENERIC_READ), ERROR_NOT_SUPPORTED);
     EXPECT_EQ(ErrorOfOpen(folder.Text(std::string(256, 'n')), GENERIC_READ), ERROR_FILENAME_EXCED_RANGE);
 }
@@ -94,7 +70,8 @@ TEST(OpenedFile, NeedsThePermissionsOfItsUser)
         {"readable", GENERIC_READ, CREATE_ALWAYS, ERROR_ACCESS_DENIED},
         {"shut/x", GENERIC_WRITE, CREATE_NEW, ERROR_ACCESS_DENIED}};
     for (const auto& c : cases)
-        EXPECT_EQ(AsOrdinaryUser([&] { return ErrorOfOpen(folder.Text(c.name), c.access, c.disposition); }),
+        EXPECT_EQ(
+            AsOrdinaryUser([&] { return ErrorOfOpen(folder.Text(c.name), c.access, 3, c.disposition); }),
             static_cast<int>(c.error))
             << c.name << c.access;
     EXPECT_EQ(folder.Content("readable"), "x");
@@ -103,7 +80,7 @@ TEST(OpenedFile, NeedsThePermissionsOfItsUser)
 TEST(OpenedFile, IsPositionedByNumbersOf64Bits)
 {
     const TemporaryFolder folder;
-    const Handle file = Open(folder.Text("sparse"), READ_WRITE, CREATE_NEW);
+    const Handle file = Open(folder.Text("sparse"), READ_WRITE, 3, CREATE_NEW);
     std::uint32_t high = 0;
     for (const std::int64_t size : {std::int64_t{0xFFFFFFFF}, std::int64_t{5'000'000'000}}) {
         EXPECT_EQ(Seek(file, size, FILE_BEGIN), size);
@@ -129,7 +106,7 @@ TEST(OpenedFile, TellsWhatWasWrittenBeforeTheDiskWasFull)
         ::signal(SIGXFSZ, SIG_IGN);
         const rlimit limit{10'000, 10'000};
         ::setrlimit(RLIMIT_FSIZE, &limit);
-        const Handle file = Open(folder.Text("file"), READ_WRITE, CREATE_NEW);
+        const Handle file = Open(folder.Text("file"), READ_WRITE, 3, CREATE_NEW);
         const std::string block(16'000, 'x');
         std::uint32_t written = 0;
         EXPECT_TRUE(WriteFile(file, block.data(), 16'000, &written));
@@ -179,8 +156,8 @@ TEST(Attributes, TellWhatStandsAtThePath)
     for (const auto& [name, attributes] : cases)
         EXPECT_EQ(GetFileAttributesW(folder.Text(name).c_str()), attributes) << name;
     EXPECT_EQ(GetFileAttributesW(u"C:"), FILE_ATTRIBUTE_DIRECTORY);
-    EXPECT_EQ(GetFileAttributesW(folder.Text("file/no").c_str()), INVALID_FILE_ATTRIBUTES);
-    EXPECT_EQ(GetLastError(), ERROR_PATH_NOT_FOUND);
+    const std::uint32_t none = GetFileAttributesW(folder.Text("file/no").c_str());
+    EXPECT_EQ(ErrorOf(none != INVALID_FILE_ATTRIBUTES), ERROR_PATH_NOT_FOUND);
 }
 
 TEST(FileTimes, AreThoseOfTheSystemAndCanBeSetOneByOne)
@@ -213,7 +190,7 @@ TEST(FileTimes, AreThoseOfTheSystemAndCanBeSetOneByOne)
     const Handle reader = Open(folder.Text("file"), GENERIC_READ);
     EXPECT_EQ(ErrorOf(SetFileTime(reader, nullptr, nullptr, &early)), ERROR_ACCESS_DENIED);
     EXPECT_TRUE(CloseHandle(reader));
-    EXPECT_EQ(ErrorOfOpen(folder.Text(), FILE_WRITE_ATTRIBUTES, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS),
+    EXPECT_EQ(ErrorOfOpen(folder.Text(), FILE_WRITE_ATTRIBUTES, 3, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS),
         ERROR_SUCCESS);
 }
 

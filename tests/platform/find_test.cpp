@@ -1,7 +1,5 @@
-#include "platform/errors.h"
-#include "platform/files.h"
 #include "platform/linux/files/pattern.h"
-#include "tests/platform/temporary_folder.h"
+#include "tests/platform/open_file.h"
 
 using namespace Platform;
 

@@ -1,8 +1,6 @@
-#include "platform/errors.h"
-#include "platform/files.h"
 #include "platform/linux/files/disk_path.h"
 #include "platform/linux/files/name_mapping.h"
-#include "tests/platform/temporary_folder.h"
+#include "tests/platform/open_file.h"
 
 #include <random>
 
@@ -140,14 +138,13 @@ TEST(PathText, WorksBeyondTheSystemsLongestPath)
         ASSERT_TRUE(CreateDirectoryW(text.c_str())) << GetLastError();
     }
     text += u"\\file";
-    EXPECT_TRUE(CloseHandle(CreateFileW(text.c_str(), GENERIC_WRITE, 0, CREATE_NEW, 0)));
+    EXPECT_EQ(ErrorOfOpen(text, GENERIC_WRITE, 0, CREATE_NEW), ERROR_SUCCESS);
     EXPECT_EQ(GetFileAttributesW(text.c_str()), FILE_ATTRIBUTE_NORMAL);
     WIN32_FIND_DATAW found;
     EXPECT_TRUE(FindClose(FindFirstFileW(text.c_str(), &found)));
     EXPECT_TRUE(MoveFileExW(text.c_str(), folder.Text("up").c_str(), 0));
     const std::size_t before = OpenDescriptors();
-    EXPECT_TRUE(RemoveTreeW((folder.Text() + u'\\' + std::u16string(200, u'd')).c_str(), nullptr))
-        << GetLastError();
+    EXPECT_TRUE(RemoveTreeW(folder.Text(std::string(200, 'd')).c_str(), nullptr)) << GetLastError();
     EXPECT_EQ(OpenDescriptors(), before);
     EXPECT_EQ(folder.Names(), std::set<std::string>{"up"});
 }

@@ -1,6 +1,5 @@
 // Processes that are killed at any instant, and processes that write the same key at full speed. Both go on
 // for a short while; the environment variable TESSEL_STORM_SECONDS makes it longer.
-#include "tests/platform/child_process.h"
 #include "tests/platform/registry_store.h"
 #include "tests/platform/storm.h"
 
@@ -10,15 +9,6 @@
 using namespace Platform;
 
 namespace {
-
-template <class Work>
-ChildProcess Start(Work work)
-{
-    const pid_t child = ::fork();
-    if (child == 0)
-        ::_exit(work());
-    return ChildProcess(child);
-}
 
 // What a worker does is worked out from the number of the step: all that has to be known of a dead worker is
 // which one it had begun and which one it had done.
@@ -73,7 +63,7 @@ TEST(RegistryStorm, KillLeavesTheOldOrTheNewState)
     while (std::chrono::steady_clock::now() < end && !HasFailure()) {
         std::vector<ChildProcess> children;
         for (unsigned worker = 0; worker < workers; ++worker)
-            children.push_back(Start([&, worker] {
+            children.push_back(Forked([&, worker] {
                 const Key own(u"Storm");
                 std::uint32_t code = 0;
                 for (Progress& at = progress->at(worker); code == 0; at.done = at.begun.load())
@@ -132,9 +122,9 @@ TEST(RegistryStorm, TwoProcessesLoseNoValueThatWasReportedAsWritten)
     const TemporaryRegistry registry;
     const Key key(u"Shared");
     const Shared<Counts> shared;
-    Counts& counts = *shared.operator->();
+    Counts& counts = *shared;
     ChildProcess children[] = {
-        Start([&] { return WriteOn(counts, 0); }), Start([&] { return WriteOn(counts, 1); })};
+        Forked([&] { return WriteOn(counts, 0); }), Forked([&] { return WriteOn(counts, 1); })};
     // A reader that has not the value in its cache, for its handle is always new.
     for (const auto end = std::chrono::steady_clock::now() + Duration();
          std::chrono::steady_clock::now() < end;) {

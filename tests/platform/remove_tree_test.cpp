@@ -1,6 +1,4 @@
-#include "platform/errors.h"
-#include "platform/files.h"
-#include "tests/platform/temporary_folder.h"
+#include "tests/platform/open_file.h"
 
 #include <atomic>
 #include <sys/resource.h>
@@ -34,10 +32,8 @@ TEST(RemovingATree, RefusesTheWholeDiskAndTheWorkingFolder)
 {
     const std::pair<const char16_t*, std::uint32_t> cases[] = {
         {u"C:", 5}, {u"C:\\x\\..", 5}, {u".", 87}, {u"..", 87}, {u"", 3}, {u"a|b", 123}};
-    for (const auto& [path, error] : cases) {
-        EXPECT_FALSE(RemoveTreeW(path, nullptr));
-        EXPECT_EQ(GetLastError(), error);
-    }
+    for (const auto& [path, error] : cases)
+        EXPECT_EQ(ErrorOf(RemoveTreeW(path, nullptr)), error);
 }
 
 TEST(RemovingATree, StopsAtTheFirstFailureAndTellsIt)
@@ -57,8 +53,7 @@ TEST(RemovingATree, StopsAtTheFirstFailureAndTellsIt)
             char16_t path[200];
             const bool isFolder = std::string(c.told) == "tree/a";
             REMOVE_TREE_FAILURE failure{!isFolder, 0, path, 200};
-            EXPECT_FALSE(RemoveTreeW(folder.Text("tree").c_str(), &failure));
-            EXPECT_EQ(GetLastError(), c.error);
+            EXPECT_EQ(ErrorOf(RemoveTreeW(folder.Text("tree").c_str(), &failure)), c.error);
             ::chmod(folder.Path(c.locked).c_str(), 0777);
             EXPECT_EQ(failure.isFolder, isFolder);
             EXPECT_EQ(std::u16string(path, failure.pathChars), folder.Text(c.told));
@@ -80,7 +75,7 @@ TEST(RemovingATree, HasNoLimitOfDepth)
     EXPECT_EQ(InAnotherProcess([&] {
         const rlimit limit{64, 64};
         ::setrlimit(RLIMIT_NOFILE, &limit);
-        return RemoveTreeW(folder.Text("d").c_str(), nullptr) ? 0 : static_cast<int>(GetLastError());
+        return ErrorOf(RemoveTreeW(folder.Text("d").c_str(), nullptr));
     }),
         0);
     EXPECT_TRUE(folder.Names().empty());

@@ -1,11 +1,6 @@
 #include "platform/errors.h"
 #include "platform/resources.h"
-#include "platform/text.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <string>
+#include "tests/platform/temporary_folder.h"
 
 using namespace Platform;
 
@@ -13,9 +8,7 @@ namespace {
 
 Module LoadTestModule(const std::string& name)
 {
-    std::string path = std::string("C:") + TESSEL_TEST_MODULES + "/" + name;
-    std::replace(path.begin(), path.end(), '/', '\\');
-    return LoadLibraryExW(std::u16string(path.begin(), path.end()).c_str(), LOAD_WITH_ALTERED_SEARCH_PATH);
+    return LoadLibraryW(PathText(TESSEL_TEST_MODULES "/" + name).c_str());
 }
 
 } // namespace

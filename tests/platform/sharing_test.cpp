@@ -1,6 +1,5 @@
-#include "platform/errors.h"
-#include "platform/files.h"
-#include "tests/platform/temporary_folder.h"
+#include "tests/platform/open_file.h"
+#include "tests/platform/storm.h"
 
 #include <atomic>
 #include <csignal>
@@ -18,13 +17,6 @@ bool Allows(std::uint32_t share, std::uint32_t access)
 {
     return ((access & GENERIC_READ) == 0 || (share & FILE_SHARE_READ) != 0)
         && ((access & GENERIC_WRITE) == 0 || (share & FILE_SHARE_WRITE) != 0);
-}
-
-std::uint32_t ErrorOfOpen(const std::u16string& path, std::uint32_t access, std::uint32_t share,
-    std::uint32_t disposition = OPEN_EXISTING)
-{
-    const Handle file = CreateFileW(path.c_str(), access, share, disposition, 0);
-    return file == INVALID_HANDLE_VALUE ? GetLastError() : CloseHandle(file) ? ERROR_SUCCESS : 1;
 }
 
 // Tries every second open while there is this first one. Gives the number of wrong answers. One that only
@@ -50,22 +42,17 @@ TEST(SharingModes, HoldBetweenOpensOfOneProcessAndOfTwo)
     const std::u16string path = folder.Text("file");
     for (const std::uint32_t access : accesses)
         for (std::uint32_t share = 0; share < 4; ++share) {
-            int gate[2];
-            ASSERT_EQ(::pipe(gate), 0);
-            const pid_t child = ::fork();
-            if (child == 0) {
-                ::close(gate[1]);
-                ::_exit(::read(gate[0], gate, 1) == 0 ? FaultsBeside(path, access, share) : 99);
-            }
-            const Handle first = CreateFileW(path.c_str(), access, share, OPEN_EXISTING, 0);
-            ASSERT_NE(first, INVALID_HANDLE_VALUE) << GetLastError();
-            ::close(gate[1]);
-            int status = -1;
-            ::waitpid(child, &status, 0);
-            EXPECT_EQ(status, 0) << std::hex << access << "/" << share;
+            const Shared<std::atomic<bool>> isOpen;
+            ChildProcess other = Forked([&] {
+                while (!*isOpen)
+                    std::this_thread::yield();
+                return FaultsBeside(path, access, share);
+            });
+            const Handle first = Open(path, access, share);
+            *isOpen = true;
+            EXPECT_EQ(other.Wait(), 0) << std::hex << access << "/" << share;
             EXPECT_EQ(FaultsBeside(path, access, share), 0) << std::hex << access << "/" << share;
             ASSERT_TRUE(CloseHandle(first));
-            ::close(gate[0]);
         }
 }
 
@@ -75,13 +62,13 @@ TEST(SharingModes, EndWithTheLastHandleOrTheProcess)
     folder.MakeFile("file", "x");
     const std::u16string path = folder.Text("file");
     EXPECT_EQ(InAnotherProcess([&] {
-        const Handle file = CreateFileW(path.c_str(), GENERIC_READ, 0, OPEN_EXISTING, 0);
+        const Handle file = Open(path, GENERIC_READ, 0);
         Handle duplicate;
         EXPECT_TRUE(DuplicateHandle(file, &duplicate, 0, DUPLICATE_SAME_ACCESS) && CloseHandle(file));
         EXPECT_EQ(ErrorOfOpen(path, GENERIC_READ, 3), ERROR_SHARING_VIOLATION);
         EXPECT_TRUE(CloseHandle(duplicate));
         EXPECT_EQ(ErrorOfOpen(path, GENERIC_READ, 3), ERROR_SUCCESS);
-        CreateFileW(path.c_str(), GENERIC_READ, 0, OPEN_EXISTING, 0);
+        Open(path, GENERIC_READ, 0);
         return HasFailure() ? 1 : ::raise(SIGKILL);
     }),
         -1);
@@ -92,8 +79,7 @@ TEST(SharingModes, ProtectAFileFromBeingEmptied)
 {
     const TemporaryFolder folder;
     folder.MakeFile("file", "kept");
-    const Handle reader =
-        CreateFileW(folder.Text("file").c_str(), GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING, 0);
+    const Handle reader = Open(folder.Text("file"), GENERIC_READ, FILE_SHARE_READ);
     EXPECT_EQ(ErrorOfOpen(folder.Text("file"), 0, 3, CREATE_ALWAYS), ERROR_SHARING_VIOLATION);
     EXPECT_EQ(folder.Content("file"), "kept");
     // Deleting and replacing are not writing: the reader keeps what it opened.
@@ -135,7 +121,7 @@ TEST(SharingModes, HoldBetweenThreadsAndRefuseNoneWithoutReason)
         threads.emplace_back([&, access] {
             const std::u16string path = folder.Text("alone");
             for (int won = access == 0 ? 50 : 0; won < 50;) {
-                const Handle file = CreateFileW(path.c_str(), access, 0, OPEN_EXISTING, 0);
+                const Handle file = Open(path, access, 0);
                 if (file != INVALID_HANDLE_VALUE) {
                     ++won;
                     shared = shared || holders.fetch_add(1) != 0;

@@ -24,6 +24,7 @@ public:
     }
     ~Shared() { ::munmap(memory, sizeof(T)); }
     T* operator->() const { return object; }
+    T& operator*() const { return *object; }
 
 private:
     void* memory;

@@ -1,6 +1,8 @@
 // A folder of a test's own, made and looked at with the system's calls alone.
 #pragma once
 
+#include "tests/platform/child_process.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <fcntl.h>
@@ -11,7 +13,6 @@
 #include <sstream>
 #include <string>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 // The path text of a path on disk whose names need no mapping.
@@ -83,12 +84,7 @@ inline std::size_t OpenDescriptors()
 template <class Function>
 int InAnotherProcess(Function function)
 {
-    const pid_t child = ::fork();
-    if (child == 0)
-        ::_exit(function());
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return Forked(function).Wait();
 }
 
 // The same as a user without rights: an administrator passes every test of permissions.
