@@ -8,15 +8,17 @@ failed=0
 for module in "$@"; do
     objdump --disassemble --demangle --no-show-raw-insn "$module" | awk -v module="$module" '
         BEGIN { target = "Life::Release|ImplBase<.*>::Release" }
+        function refuse(why) {
+            print module ": " name why
+            failed = 1
+        }
         function finish() {
             if (name == "")
                 return
             ++count
             # A compiler that does not optimise takes the place to jump to from a register.
-            if (last !~ /^jmp/ || (last ~ /^jmp +\*%/ ? !named : last !~ target)) {
-                print module ": " name " ends in: " last
-                failed = 1
-            }
+            if (last !~ /^jmp/ || (last ~ /^jmp +\*%/ ? !named : last !~ target))
+                refuse(" ends in: " last)
             name = ""
         }
         /^[0-9a-f]+ <.*>:$/ {
@@ -29,22 +31,15 @@ for module in "$@"; do
             instruction = $0
             sub(/^[^\t]*\t/, "", instruction)
             named = named || instruction ~ target
-            if (instruction ~ /^(call|ret)/) {
-                print module ": " name " holds: " instruction
-                failed = 1
-            }
+            if (instruction ~ /^(call|ret)/)
+                refuse(" holds: " instruction)
             if (instruction !~ /^(nop|xchg +%ax,%ax|cs nop|data16|int3|add +%al,\(%rax\))/)
                 last = instruction
         }
         END {
             finish()
-            if (count == 0) {
-                print module ": has no Release at all"
-                failed = 1
-            } else {
-                print module ": " count " looked at"
-            }
-            exit failed
+            print module ": " count + 0 " looked at"
+            exit failed || !count
         }' || failed=1
 done
 exit "$failed"

@@ -57,9 +57,10 @@ class ModuleTest : public testing::Test {
 protected:
     ModuleTest()
     {
-        TesselInitialize();
-        creator = Clsid(Object::libraryCreatorClass);
-        manager = Clsid(Object::managerClass);
+        const Object::ClassInfoList classes = {{u"CID_Testing::Gadget", {u"IID_Testing::Gadget"}, {}},
+            {u"CID_Testing::SlowGadget", {u"IID_Testing::Gadget"}, {}}};
+        library = creator->CreateCached(Text(gadgetsFile), classes, {u"Testing::Kind"});
+        manager->AddFactory(library.Cast<Object::Factory>("test"));
     }
     ~ModuleTest() override
     {
@@ -67,25 +68,17 @@ protected:
         EXPECT_FALSE(IsLoaded(gadgetsFile));
     }
 
-    void UseGadgets()
-    {
-        const Object::ClassInfoList classes = {{u"CID_Testing::Gadget", {u"IID_Testing::Gadget"}, {}},
-            {u"CID_Testing::SlowGadget", {u"IID_Testing::Gadget"}, {}}};
-        library = creator->CreateCached(Text(gadgetsFile), classes, {u"Testing::Kind"});
-        manager->AddFactory(library.Cast<Object::Factory>("test"));
-    }
-
     static void ForceCleanup() { Cleanup::Manager::Get()->Cleanup(true); }
     static FacePtr<Gadget> MakeGadget() { return FacePtr<Gadget>(Clsid(u"CID_Testing::Gadget")); }
 
-    FacePtr<Object::Library::Creator> creator;
-    FacePtr<Object::Manager> manager;
+    const int started = TesselInitialize();
+    FacePtr<Object::Library::Creator> creator{Clsid(Object::libraryCreatorClass)};
+    FacePtr<Object::Manager> manager{Clsid(Object::managerClass)};
     FacePtr<Object::Library> library;
 };
 
 TEST_F(ModuleTest, CachedLibraryAnswersWithoutLoading)
 {
-    UseGadgets();
     Object::ClassInfoList classes = {{u"replaced", {}, {}}};
     library->ListClasses(classes);
     EXPECT_EQ(classes.size(), 2U);
@@ -100,30 +93,10 @@ TEST_F(ModuleTest, CachedLibraryAnswersWithoutLoading)
     EXPECT_TRUE(Object::CreateObject(u"Testing::Kind|known", Gadget::iid));
 }
 
-TEST_F(ModuleTest, LeavesMemoryWithItsLastObjectAndComesBack)
-{
-    UseGadgets();
-    auto gadget = MakeGadget();
-    EXPECT_EQ(gadget->Answer(), 42);
-    ForceCleanup();
-    EXPECT_TRUE(IsLoaded(gadgetsFile)) << "it has an object";
-    gadget = nullptr;
-    Cleanup::Manager::Get()->Cleanup(false);
-    EXPECT_TRUE(IsLoaded(gadgetsFile)) << "it has not been idle for long";
-    ForceCleanup();
-    EXPECT_FALSE(IsLoaded(gadgetsFile));
-    gadget = Clsid(u"Testing::Kind|shared");
-    EXPECT_EQ(gadget->Answer(), 1);
-    EXPECT_EQ(FacePtr<Gadget>(Clsid(u"Testing::Kind|shared"))->Answer(), 2);
-    gadget = nullptr;
-    ForceCleanup();
-    EXPECT_FALSE(IsLoaded(gadgetsFile));
-}
-
 TEST_F(ModuleTest, CreateLoadsAtOnceAndGivesNothingForWhatIsNoModule)
 {
-    library = creator->Create(Text(gadgetsFile));
-    EXPECT_TRUE(library && IsLoaded(gadgetsFile));
+    EXPECT_FALSE(IsLoaded(gadgetsFile));
+    EXPECT_TRUE(creator->Create(Text(gadgetsFile)) && IsLoaded(gadgetsFile));
     for (const char* name : {"half_module.dll", "missing.dll"}) {
         const WideString path = Text(std::string(TESSEL_TEST_MODULES) + "/" + name);
         EXPECT_FALSE(creator->Create(path)) << name;
@@ -136,7 +109,6 @@ TEST_F(ModuleTest, CreateLoadsAtOnceAndGivesNothingForWhatIsNoModule)
 
 TEST_F(ModuleTest, IsServedOnceAlsoWhenItWasLetGoAndStayedInMemory)
 {
-    UseGadgets();
     void* const other = dlopen(gadgetsFile.c_str(), RTLD_NOW);
     for (int round = 0; round < 3; ++round) {
         EXPECT_EQ(manager->FindClasses(u"Testing::Kind|", {}).size(), 1U);
@@ -145,9 +117,8 @@ TEST_F(ModuleTest, IsServedOnceAlsoWhenItWasLetGoAndStayedInMemory)
     dlclose(other);
 }
 
-TEST_F(ModuleTest, WhatCameFromItSurvivesIt)
+TEST_F(ModuleTest, LeavesWithItsLastObjectAndWhatCameFromItSurvives)
 {
-    UseGadgets();
     auto gadget = MakeGadget();
     const WeakPtr<Gadget> weak(gadget);
     const WideString text = gadget->Describe();
@@ -159,8 +130,12 @@ TEST_F(ModuleTest, WhatCameFromItSurvivesIt)
             thrown[standard] = std::current_exception();
         }
     }
+    ForceCleanup();
+    EXPECT_TRUE(IsLoaded(gadgetsFile)) << "it has an object";
     gadget = nullptr;
+    Cleanup::Manager::Get()->Cleanup(false);
     const auto ranges = MappedRanges(gadgetsFile);
+    EXPECT_FALSE(ranges.empty()) << "it has not been idle for long";
     ForceCleanup();
     ASSERT_FALSE(IsLoaded(gadgetsFile));
     Forbid(ranges);
@@ -175,7 +150,10 @@ TEST_F(ModuleTest, WhatCameFromItSurvivesIt)
     // The map's entries are of the library, and the module's factories are dead entries of its compound.
     EXPECT_TRUE(manager->IsRegistered(u"CID_Testing::Gadget"));
     ForceCleanup();
-    EXPECT_EQ(MakeGadget()->Answer(), 42);
+    gadget = Clsid(u"Testing::Kind|shared");
+    EXPECT_EQ(gadget->Answer(), 1);
+    EXPECT_EQ(FacePtr<Gadget>(Clsid(u"Testing::Kind|shared"))->Answer(), 2);
+    gadget = nullptr;
     ForceCleanup();
 }
 
@@ -193,7 +171,6 @@ struct Gate : Face<> {
 
 TEST_F(ModuleTest, IsNotUnloadedUnderACall)
 {
-    UseGadgets();
     const auto gates = MakeFace<Impl<Object::ClassFactory<Gate>, Module>>();
     manager->AddFactory(FacePtr<Object::Factory>(gates));
     std::jthread maker([] { EXPECT_EQ(FacePtr<Gadget>(Clsid(u"CID_Testing::SlowGadget"))->Answer(), 42); });
@@ -207,7 +184,6 @@ TEST_F(ModuleTest, IsNotUnloadedUnderACall)
 
 TEST_F(ModuleTest, ServesAfterAnyAllocationOfItsLoadHasFailed)
 {
-    UseGadgets();
     const Clsid gadget(u"CID_Testing::Gadget");
     AllocationPlan::FailEach([&] { Object::CreateObject(gadget, Gadget::iid); },
         [] {
@@ -221,7 +197,6 @@ TEST_F(ModuleTest, ServesAfterAnyAllocationOfItsLoadHasFailed)
 // the module goes and comes, and no code or object of it is ever missing.
 TEST_F(ModuleTest, GoesAtAnyMomentAndNothingIsMissing)
 {
-    UseGadgets();
     std::atomic<bool> stop{false};
     std::atomic<unsigned> made{0};
     std::vector<std::jthread> threads;

@@ -46,11 +46,9 @@ protected:
     {
         struct stat status { };
         lstat(folder.Path(file).c_str(), &status);
-        const auto time = static_cast<unsigned long long>(status.st_mtim.tv_sec + 11644473600LL) * 10000000
-            + static_cast<unsigned long long>(status.st_mtim.tv_nsec) / 100;
+        const auto time = (status.st_mtim.tv_sec + 11644473600UL) * 10000000 + status.st_mtim.tv_nsec / 100UL;
         char text[17];
-        std::snprintf(
-            text, sizeof(text), "%08x%08x", static_cast<unsigned>(time), static_cast<unsigned>(time >> 32));
+        std::snprintf(text, sizeof(text), "%08lx%08lx", time & 0xFFFFFFFF, time >> 32);
         return text;
     }
 
