@@ -18,16 +18,10 @@ using Xml::NodeType;
 
 namespace {
 
-const FacePtr<Impl<Xml::ReaderWriterFactory, Module>>& GetReaderWriter()
-{
-    static const FacePtr<Object::Manager> manager{Clsid(Object::managerClass)};
-    static const auto documents = MakeFace<Impl<Xml::DocumentFactory, Module>>();
-    static const auto readerWriter = [] {
-        manager->AddFactory(documents);
-        return MakeFace<Impl<Xml::ReaderWriterFactory, Module>>();
-    }();
-    return readerWriter;
-}
+const FacePtr<Object::Manager> manager{Clsid(Object::managerClass)};
+const auto documents = MakeFace<Impl<Xml::DocumentFactory, Module>>();
+const auto readerWriter = MakeFace<Impl<Xml::ReaderWriterFactory, Module>>();
+[[maybe_unused]] const bool added = (manager->AddFactory(documents), true);
 
 struct PiecesStream : Face<StringReadingStream> {
     PiecesStream(std::u16string_view whole, std::size_t pieceUnits) : left(whole), units(pieceUnits) { }
@@ -89,13 +83,13 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* input, std::size_t si
     const std::string_view bytes(reinterpret_cast<const char*>(input) + 1, size - 1);
     const std::u16string text = StringFromUtf8(std::string(bytes).c_str()).c_str();
     const auto read = [](const std::u16string& whole) {
-        return OutcomeOf([&] { return GetReaderWriter()->Read(whole.c_str()); });
+        return OutcomeOf([&] { return readerWriter->Read(whole.c_str()); });
     };
     const Outcome whole = read(text);
     const std::size_t units = input[0] % 64 + 1;
     const auto pieces = MakeFace<Impl<PiecesStream, Module>>(text, units);
     Require(OutcomeOf([&] { return Xml::Parse(*pieces); }).told == whole.told);
     if (whole.document)
-        Require(read(GetReaderWriter()->Write(whole.document).c_str()).told == whole.told);
+        Require(read(readerWriter->Write(whole.document).c_str()).told == whole.told);
     return 0;
 }

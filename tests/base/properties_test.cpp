@@ -112,6 +112,7 @@ TEST(Properties, WithoutMemoryLeakNothingAndStayUsable)
             bag.SetString(u"Text", u"text");
             bag.Delete(u"Age");
             MemoryProperties(bag).Merge(shared, {}, true);
+            static_cast<void>(bag.Export());
             Error error;
             ReadFrom(storedError, error);
             WriteArchive archive;

@@ -9,13 +9,6 @@
 
 namespace {
 
-WideString Repeated(char16_t character, std::size_t count)
-{
-    WideString text;
-    text.Append(character, count);
-    return text;
-}
-
 TEST(String, SharesUntilOneIsWritten)
 {
     WideString first = u"shared text";
@@ -59,11 +52,11 @@ TEST(String, TakesTextsOutOfItself)
     text.Printf(u"<%s|%s>", text, text);
     text.Format(u"%1 and %1", text);
     EXPECT_EQ(text, u"<cdef|cdef> and <cdef|cdef>");
-    text = Repeated(u'x', 500);
+    text = WideString().Append(u'x', 500);
     text.Printf(u"%s%s", text, text);
     text.Format(u"%1%1", text);
     text = *&text;
-    EXPECT_EQ(text, Repeated(u'x', 2000));
+    EXPECT_EQ(text, WideString().Append(u'x', 2000));
 }
 
 TEST(String, ConvertsBetweenItsFlavours)
@@ -81,7 +74,7 @@ TEST(String, FormatsAnythingHoweverLong)
     text.Printf(u"%d|%5s|%-4x|%hs|%I64d", -7, u"ab", 0xBEEFU, "narrow", 1LL << 40);
     EXPECT_EQ(text, u"-7|   ab|beef|narrow|1099511627776");
     for (const std::size_t length : {0U, 254U, 255U, 256U, 257U, 511U, 512U, 1U << 20}) {
-        const WideString piece = Repeated(u'y', length);
+        const WideString piece = WideString().Append(u'y', length);
         text.Printf(u"%s", piece);
         EXPECT_EQ(text, piece) << length;
         text.Format(u"%1", piece);
@@ -105,7 +98,7 @@ TEST(String, FormatFailuresClear)
 
 TEST(String, WithoutMemoryIsEmptyAndUsable)
 {
-    const WideString big = Repeated(u'm', 1000);
+    const WideString big = WideString().Append(u'm', 1000);
     const std::function<void(WideString&)> acts[] = {
         [](WideString& text) { EXPECT_EQ(text.PrepareWriting(100, true), nullptr); },
         [](WideString& text) {
@@ -131,7 +124,7 @@ TEST(StringAndBinary, AreZeroedWholeByTheirLastRelease)
     static bool found;
     static bool seen;
     for (void (*const act)() : {+[] {
-                                    WideString text = Repeated(u'\x7A7A', 60);
+                                    WideString text = WideString().Append(u'\x7A7A', 60);
                                     text = u"a"; // the old characters are still behind it
                                 },
              +[] {

@@ -52,10 +52,6 @@ FacePtr<Nls::Language::Creator> Languages()
 {
     return FacePtr<Nls::Language::Creator>{Clsid(Nls::languageCreatorClass)};
 }
-std::uint32_t IdOf(const FacePtr<Nls::Language>& language)
-{
-    return language->GetProperty(0).GetNumber();
-}
 
 } // namespace
 
@@ -67,14 +63,14 @@ TEST(ThreadLanguage, IsThereAtAnyTimeAndResolvedFromTheStartOn)
 TEST(Language, IsMadeSelectedAndActivated)
 {
     const auto users = Languages()->Create(0);
-    EXPECT_EQ(IdOf(users), 0U);
-    EXPECT_EQ(IdOf(users->Select({})), nearest);
-    EXPECT_EQ(IdOf(Languages()->Create(0x409)->Select({0x407, 0x40C})), 0x407U);
+    EXPECT_EQ(users->GetProperty(0).GetNumber(), 0U);
+    EXPECT_EQ(users->Select({})->GetProperty(0).GetNumber(), nearest);
+    EXPECT_EQ(Languages()->Create(0x409)->Select({0x407, 0x40C})->GetProperty(0).GetNumber(), 0x407U);
     EXPECT_EQ(Thrown([&] { users->GetProperty(1); }), "nls: bad-lng-prop(1)");
     EXPECT_EQ(Thrown([&] { Languages()->Create(0x41B); }), "nls: unsup-lng(041b)");
     Languages()->Create(0x1080A)->Activate(); // Mexican: the upper half is not looked at
     const auto spanish = Languages()->GetCurrent();
-    EXPECT_EQ(IdOf(spanish), 0xC0AU);
+    EXPECT_EQ(spanish->GetProperty(0).GetNumber(), 0xC0AU);
     Languages()->Create(0x411)->Activate();
     spanish->Activate();
     EXPECT_EQ(Languages()->GetCurrent(), spanish) << "itself, for it is resolved";

@@ -57,66 +57,46 @@ TEST(WeakPtr, LocksTheFaceItWasMadeFrom)
     EXPECT_FALSE(copy.Lock() || deadCopy.Lock());
 }
 
-class Single : public Face<Named> {
-public:
-    Single() { ++made; }
-    int Name() override { return made; }
-    void OnFirstReference()
-    {
-        if (!failing)
-            return;
-        escaped = FacePtr<Named>(this);
-        throw 1;
-    }
-    static inline int made = 0;
-    static inline bool failing = false;
-    static inline FacePtr<Named> escaped;
-};
+using Global = ImplGlobal<BothImpl, Module>;
 
 TEST(Global, LivesAsLongAsSomebodyHoldsIt)
 {
-    using Global = ImplGlobal<Single, Module>;
-    FacePtr<Single> first = Global::Get();
-    EXPECT_EQ(Global::Get().Get(), first.Get());
-    EXPECT_EQ(first->Name(), 1);
-    const WeakPtr<Named> old{FacePtr<Named>(first)};
+    FacePtr<BothImpl> first = Global::Get();
+    EXPECT_EQ(Global::Get(), first);
+    const WeakPtr<BothImpl> old(first);
     first = nullptr;
-    EXPECT_FALSE(old.Lock());
+    EXPECT_EQ(BothImpl::living, 0);
     first = Global::Get();
-    EXPECT_EQ(first->Name(), 2);
+    EXPECT_EQ(BothImpl::living, 1);
     EXPECT_FALSE(old.Lock()) << "the new one is another object";
-}
-
-TEST(Global, OneThatCannotStartIsDroppedAndTriedAgain)
-{
-    using Global = ImplGlobal<Single, Module>;
-    Single::failing = true;
-    EXPECT_THROW(Global::Get(), int);
-    Single::failing = false;
-    EXPECT_NE(Global::Get().Get(), Single::escaped.Get()) << "somebody still holds the one that failed";
-    Single::escaped = nullptr;
-}
-
-// Asks for itself while it dies.
-class Phoenix : public Face<Named> {
-public:
-    ~Phoenix();
-    int Name() override { return 5; }
-    static inline FacePtr<Phoenix> successor;
-};
-using PhoenixGlobal = ImplGlobal<Phoenix, Module>;
-Phoenix::~Phoenix()
-{
-    if (!successor)
-        successor = PhoenixGlobal::Get();
 }
 
 TEST(Global, DyingOneIsReplacedAndDoesNotClearItsSuccessor)
 {
-    PhoenixGlobal::Get() = nullptr;
-    ASSERT_TRUE(Phoenix::successor);
-    EXPECT_EQ(PhoenixGlobal::Get().Get(), Phoenix::successor.Get());
-    Phoenix::successor = nullptr;
+    static FacePtr<BothImpl> successor;
+    Global::Get()->onDeath = [](BothImpl&) { successor = Global::Get(); };
+    ASSERT_TRUE(successor);
+    EXPECT_EQ(Global::Get(), successor);
+    successor = nullptr;
+}
+
+struct Failing : Face<> {
+    void OnFirstReference()
+    {
+        if (escaped)
+            return;
+        escaped = FacePtr<Failing>(this);
+        throw 1;
+    }
+    static inline FacePtr<Failing> escaped;
+};
+
+TEST(Global, OneThatCannotStartIsDroppedAndTriedAgain)
+{
+    EXPECT_THROW((ImplGlobal<Failing, Module>::Get()), int);
+    EXPECT_NE((ImplGlobal<Failing, Module>::Get()), Failing::escaped)
+        << "somebody still holds the one that failed";
+    Failing::escaped = nullptr;
 }
 
 TEST(LifeDeathTest, ReferenceTakenInTheDestructorEndsTheProcess)
