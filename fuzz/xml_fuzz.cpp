@@ -18,11 +18,6 @@ using Xml::NodeType;
 
 namespace {
 
-const FacePtr<Object::Manager> manager{Clsid(Object::managerClass)};
-const auto documents = MakeFace<Impl<Xml::DocumentFactory, Module>>();
-const auto readerWriter = MakeFace<Impl<Xml::ReaderWriterFactory, Module>>();
-[[maybe_unused]] const bool added = (manager->AddFactory(documents), true);
-
 struct PiecesStream : Face<StringReadingStream> {
     PiecesStream(std::u16string_view whole, std::size_t pieceUnits) : left(whole), units(pieceUnits) { }
 
@@ -78,6 +73,10 @@ Outcome OutcomeOf(Read read)
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* input, std::size_t size)
 {
+    static const FacePtr<Object::Manager> manager{Clsid(Object::managerClass)};
+    static const auto documents = MakeFace<Impl<Xml::DocumentFactory, Module>>();
+    static const auto readerWriter = MakeFace<Impl<Xml::ReaderWriterFactory, Module>>();
+    [[maybe_unused]] static const bool added = (manager->AddFactory(documents), true);
     if (size == 0)
         return 0;
     const std::string_view bytes(reinterpret_cast<const char*>(input) + 1, size - 1);

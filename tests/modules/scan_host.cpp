@@ -28,11 +28,6 @@ struct Witness {
     ~Witness() { std::printf("host static gone\n"); }
 } witness;
 
-std::string Narrow(const WideString& text)
-{
-    return NarrowString(text.c_str()).c_str();
-}
-
 void PrintLoaded()
 {
     std::ifstream maps("/proc/self/maps");
@@ -54,7 +49,7 @@ void Obey(int& i, char** arguments, std::vector<FacePtr<BaseFace>>& objects)
         Module::Start();
     else if (command == "classes")
         for (const auto& described : manager->FindClasses({}, {}))
-            std::printf("class %s\n", Narrow(described.clsid).c_str());
+            std::printf("class %s\n", NarrowString(described.clsid.c_str()).c_str());
     else if (command == "loaded")
         PrintLoaded();
     else if (command == "create")
@@ -75,7 +70,7 @@ int main(int count, char** arguments)
         try {
             Obey(i, arguments, objects);
         } catch (const Error& error) {
-            std::printf("error %s\n", Narrow(error.Format()).c_str());
+            std::printf("error %s\n", NarrowString(error.Format().c_str()).c_str());
         }
     }
     std::printf("main returns\n");

@@ -49,20 +49,18 @@ TEST(WeakMultiMap, KeepsTheOrderOfAdding)
     EXPECT_EQ(found, values);
 }
 
-class CountingItem : public Face<Cleanup::Item> {
-public:
+struct CountingItem : Face<Cleanup::Item> {
     bool Cleanup(bool force) override
     {
         ++calls;
         forced = force;
-        if (inside != nullptr)
-            inside();
+        inside();
         return workLeft > 0 && workLeft-- > 0;
     }
     int calls = 0;
     int workLeft = 0;
     bool forced = false;
-    void (*inside)() = nullptr;
+    void (*inside)() = [] {};
 };
 using Counting = Impl<CountingItem, Module>;
 
@@ -71,10 +69,7 @@ TEST(Cleanup, ForcedPassesFollowUntilOneChangesNothing)
     const auto manager = Cleanup::Manager::Get();
     const auto item = MakeFace<Counting>();
     manager->AddItem(item.Get());
-    {
-        const auto gone = MakeFace<Counting>();
-        manager->AddItem(gone.Get());
-    }
+    manager->AddItem(MakeFace<Counting>().Get()); // gone at once
     item->workLeft = 3;
     manager->Cleanup(false);
     EXPECT_EQ(item->calls, 1);
@@ -97,7 +92,7 @@ TEST(Cleanup, StartedWhileOneRunsReturnsAtOnceAlsoAfterAThrow)
     EXPECT_EQ(item->calls, 1);
     item->inside = [] { throw 1; };
     EXPECT_THROW(manager->Cleanup(false), int);
-    item->inside = nullptr;
+    item->inside = [] {};
     manager->Cleanup(false);
     EXPECT_EQ(item->calls, 3);
 }

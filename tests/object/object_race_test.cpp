@@ -12,23 +12,6 @@
 
 namespace Testing {
 
-std::atomic<int> living{0};
-
-class CountedImpl : public Face<Named> {
-public:
-    CountedImpl() { ++living; }
-    ~CountedImpl()
-    {
-        alive = 0;
-        --living;
-    }
-    int Name() override { return alive; }
-
-private:
-    int alive = 17;
-};
-using Counted = Impl<CountedImpl, Module>;
-
 constexpr unsigned threadCount = 4;
 
 template <class Work>
@@ -45,20 +28,20 @@ TEST(ObjectRace, ReferencesAndWeakReferencesNeverMeetADeadObject)
 {
     struct Place {
         CriticalSection section;
-        FacePtr<Named> strong;
-        WeakPtr<Named> weak;
+        FacePtr<Left> strong;
+        WeakPtr<Left> weak;
     };
     static Place places[3];
     static std::atomic<unsigned> locked;
     locked = 0;
     RunThreads([](unsigned seed) {
         std::mt19937 random(seed);
-        FacePtr<Named> held;
+        FacePtr<Left> held;
         for (int i = 0; i < 200000; ++i) {
             Place& place = places[random() % 3];
             const auto choice = random() % 4;
-            FacePtr<Named> other = choice == 0 ? FacePtr<Named>(MakeFace<Counted>()) : nullptr;
-            WeakPtr<Named> weak;
+            FacePtr<Left> other = choice == 0 ? FacePtr<Left>(MakeFace<Both>()) : nullptr;
+            WeakPtr<Left> weak;
             {
                 const SectionLock lock(place.section);
                 weak = place.weak;
@@ -71,7 +54,7 @@ TEST(ObjectRace, ReferencesAndWeakReferencesNeverMeetADeadObject)
             // Now the last reference goes, against the locks of other threads.
             held = other;
             if (const auto taken = weak.Lock()) {
-                ASSERT_EQ(taken->Name(), 17);
+                ASSERT_EQ(taken->Name(), 1);
                 ++locked;
             }
         }
@@ -81,7 +64,7 @@ TEST(ObjectRace, ReferencesAndWeakReferencesNeverMeetADeadObject)
         EXPECT_FALSE(place.weak.Lock());
     }
     EXPECT_GT(locked, 0U);
-    EXPECT_EQ(living, 0);
+    EXPECT_EQ(BothImpl::living, 0);
 }
 
 struct CountingFirsts {
@@ -101,14 +84,14 @@ TEST(ObjectRace, FirstReferenceIsCountedOnceWhoeverLocksIt)
     RunThreads([](unsigned self) {
         for (int round = 0; round < rounds; ++round) {
             if (self == 0) {
-                auto* const bare = new Impl<CountedImpl, CountingFirsts>;
+                auto* const bare = new Impl<BothImpl, CountingFirsts>;
                 for (auto& one : weak)
                     one.AttachObject(Primary(bare));
             }
             meeting.arrive_and_wait();
             for (int i = 0; i < 3; ++i)
                 if (BaseFace* const taken = weak[(self + 1) % threadCount].LockObject()) {
-                    ASSERT_EQ(FromPrimary<Named>(taken)->Name(), 17);
+                    ASSERT_EQ(FromPrimary<Left>(taken)->Name(), 1);
                     taken->Release();
                 }
             meeting.arrive_and_wait();
@@ -117,49 +100,49 @@ TEST(ObjectRace, FirstReferenceIsCountedOnceWhoeverLocksIt)
         }
     });
     EXPECT_TRUE(CountingFirsts::firsts == rounds && CountingFirsts::lasts == rounds);
-    EXPECT_EQ(living, 0);
+    EXPECT_EQ(BothImpl::living, 0);
 }
 
 TEST(ObjectRace, SingletonIsAlwaysAlive)
 {
     RunThreads([](unsigned) {
-        WeakPtr<CountedImpl> former;
+        WeakPtr<BothImpl> former;
         for (int i = 0; i < 30000; ++i) {
             const auto revived = former.Lock();
-            const auto single = ImplGlobal<CountedImpl, Module>::Get();
-            ASSERT_EQ(single->Name(), 17);
+            const auto single = ImplGlobal<BothImpl, Module>::Get();
+            ASSERT_EQ(single->Name(), 1);
             ASSERT_TRUE(!revived || revived == single);
             former = single;
         }
     });
-    EXPECT_EQ(living, 0);
+    EXPECT_EQ(BothImpl::living, 0);
 }
 
 TEST(ObjectRace, WeakMapGivesOnlyLivingValues)
 {
-    static WeakMap<unsigned, Named> map;
-    static WeakMultiMap<unsigned, Named> multi;
+    static WeakMap<unsigned, Left> map;
+    static WeakMultiMap<unsigned, Left> multi;
     RunThreads([](unsigned seed) {
         std::mt19937 random(seed);
-        std::vector<FacePtr<Named>> own(8);
+        std::vector<FacePtr<Left>> own(8);
         for (int i = 0; i < 20000; ++i) {
             const unsigned key = random() % 8;
             if (random() % 2 == 0) {
-                own[key] = MakeFace<Counted>();
+                own[key] = MakeFace<Both>();
                 map.Set(key, own[key]);
                 multi.Add(key, own[key]);
             } else if (const auto found = map.Find(key)) {
-                ASSERT_EQ(found->Name(), 17);
+                ASSERT_EQ(found->Name(), 1);
             }
-            std::vector<FacePtr<Named>> all;
+            std::vector<FacePtr<Left>> all;
             multi.Find(key, all);
             for (const auto& one : all)
-                ASSERT_EQ(one->Name(), 17);
+                ASSERT_EQ(one->Name(), 1);
             if (random() % 256 == 0)
                 Cleanup::Manager::Get()->Cleanup(true);
         }
     });
-    EXPECT_EQ(living, 0);
+    EXPECT_EQ(BothImpl::living, 0);
 }
 
 } // namespace Testing

@@ -39,12 +39,10 @@ TEST(RegistrationCache, WhatIsStorableReadsBackTheSame)
     EXPECT_FALSE(IsStorable({u"a", u"0", true, {u"T"}, {{u"", {u"I"}, {}}}})) << "a class without a name";
     unsigned storable = 0;
     for (int i = 0; i < 20000; ++i) {
-        CacheRecord record{token(), u"5", random() % 4 != 0, {}, {}};
-        if (record.isModule) {
-            for (auto n = random() % 3; n != 0; --n)
-                record.types.insert(token());
-            for (auto n = random() % 3; n != 0; --n)
-                record.classes.push_back({token(), {token()}, {}});
+        CacheRecord record{token(), u"5", i % 4 != 0, {}, {}};
+        for (auto n = record.isModule ? random() % 3 : 0; n != 0; --n) {
+            record.types.insert(token());
+            record.classes.push_back({token(), {token()}, {}});
         }
         if (!IsStorable(record))
             continue;

@@ -4,6 +4,8 @@
 #include <tessel/module.h>
 #include <tessel/object/impl.h>
 
+#include <atomic>
+
 namespace Testing {
 
 struct Named : Face<> {
@@ -25,16 +27,18 @@ public:
     BothImpl() { ++living; }
     ~BothImpl()
     {
+        name = 0;
         --living;
         if (onDeath != nullptr)
             onDeath(*this);
     }
 
-    int Name() override { return 1; }
+    int Name() override { return name; }
     int InLeft() override { return 2; }
     int InRight() override { return 3; }
 
-    static inline int living = 0;
+    static inline std::atomic<int> living = 0;
+    int name = 1; // while it is alive
     void (*onDeath)(BothImpl& dying) = nullptr;
 };
 
