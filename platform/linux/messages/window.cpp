@@ -164,8 +164,9 @@ try {
     if (found == desktop.classes.end())
         return FailWindow(ERROR_CANNOT_FIND_WND_CLASS);
     queue->AddReferences(1);
-    const ObjectRef<Window> made = ObjectRef<Window>::Adopt(
-        new Window(windowClass, found->second.procedure, ObjectRef<ThreadQueue>::Adopt(queue)));
+    ObjectRef<ThreadQueue> own = ObjectRef<ThreadQueue>::Adopt(queue); // before what may throw
+    const auto made =
+        ObjectRef<Window>::Adopt(new Window(windowClass, found->second.procedure, std::move(own)));
     desktop.windows.push_back(made);
     made->handle = MakeHandle(made, 0);
     if (made->handle == NULL_HANDLE)
