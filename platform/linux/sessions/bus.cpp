@@ -60,12 +60,11 @@ try {
         BusMessage message;
         if (!Process(message))
             return {};
-        if (!message) {
-            if (GetTickCount64() >= deadline || !Sleep(deadline))
-                return {};
-        } else if (message.IsReplyTo(cookie))
+        if (message && message.IsReplyTo(cookie))
             return message;
-        else if (message.IsSignal(nullptr, nullptr)) {
+        if (GetTickCount64() >= deadline || (!message && !Sleep(deadline)))
+            return {};
+        if (message && message.IsSignal(nullptr, nullptr)) {
             if (waiting.size() == waitingLimit)
                 return {};
             waiting.push_back(std::move(message));
