@@ -105,11 +105,11 @@ void SessionChangeBlockerImpl::OpenLogonLock()
 {
     if (wakeEvent)
         return;
-    const Platform::Handle opened = Platform::OpenEventW(Platform::SYNCHRONIZE, u"KV7_LOGON_LOCK");
-    if (opened == Platform::NULL_HANDLE)
-        return;
+    // First, for if it cannot be had, nobody would close the handle.
     const FacePtr<Mt::Win32::EventFactory> events{Clsid(Mt::Win32::eventFactoryClass)};
-    wakeEvent = events->CreateFromHandle(Mt::ToPublic(opened));
+    const Platform::Handle opened = Platform::OpenEventW(Platform::SYNCHRONIZE, u"KV7_LOGON_LOCK");
+    if (opened != Platform::NULL_HANDLE)
+        wakeEvent = events->CreateFromHandle(Mt::ToPublic(opened));
 }
 
 void SessionChangeBlockerImpl::OnMessage(std::uint32_t, std::uint64_t wParam, std::int64_t)
