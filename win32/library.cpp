@@ -103,6 +103,8 @@ std::int32_t Library::QueryState() const noexcept
 
 void Library::OnSessionChange(std::uint64_t wParam)
 {
+    if (wParam == Platform::WTS_SESSION_LOGON)
+        ReadSessionId();
     const SectionLock guard(stateLock);
     if (wParam == Platform::WTS_SESSION_LOGON || wParam == Platform::WTS_SESSION_UNLOCK)
         sessionState = SessionChangeBlocker::active;
@@ -126,6 +128,11 @@ bool Library::EnsureNotification(const FacePtr<MessageMonitor::Observer>& observ
 
 void Library::RegisterWindow()
 {
+    if (!isListening) { // two threads at once: being told twice does no harm
+        messageMonitor->AddObserver(
+            Platform::WM_WTSSESSION_CHANGE, FacePtr<MessageMonitor::Observer>(this));
+        isListening = true;
+    }
     const Platform::HWND window = Mt::ToPlatform(messageMonitor->GetWindow());
     if (!registerNotification(window, Platform::NOTIFY_FOR_THIS_SESSION)) {
         const std::uint32_t code = Platform::GetLastError();
@@ -138,13 +145,13 @@ void Library::RegisterWindow()
         unregisterNotification(other);
 }
 
-// Where it cannot be known when the process starts, it is read again with the first success to register.
+// Where it cannot be known when the process starts, it is read again with the first success to register; and
+// at each logon, for a process outside of all sessions has that of its user.
 void Library::ReadSessionId() noexcept
 {
     std::uint32_t read = 0;
-    if (processIdToSessionId)
-        processIdToSessionId(Platform::GetCurrentProcessId(), &read);
-    sessionId = read;
+    if (processIdToSessionId && processIdToSessionId(Platform::GetCurrentProcessId(), &read))
+        sessionId = read;
 }
 
 bool Library::IsOnConsole() const noexcept

@@ -11,7 +11,9 @@
 
 namespace Win32 {
 
-class Library : public Face<> {
+// It is told of session changes itself, from before the window is registered: what comes while no blocker
+// listens is not lost.
+class Library : public Face<MessageMonitor::Observer> {
 public:
     // That of the process. Throws "wtsexp:%s:err:%d" and "wtsexp:%s:err%d", tag "win32".
     static FacePtr<Library> Get();
@@ -25,6 +27,7 @@ public:
     // One of the states of SessionChangeBlocker; loggedOff while it is not known.
     std::int32_t GetSessionState();
     void OnSessionChange(std::uint64_t wParam);
+    void OnMessage(std::uint32_t, std::uint64_t wParam, std::int64_t) override { OnSessionChange(wParam); }
     // Registers the monitor's window, unless it is, and then the observer for session changes. False if the
     // window cannot be registered yet. Throws "wtsrsn err %d".
     bool EnsureNotification(const FacePtr<MessageMonitor::Observer>& observer);
@@ -50,6 +53,7 @@ private:
 
     const LoadedModule module;
     std::atomic<std::uint32_t> sessionId{0}; // 0 is none, or not known yet
+    std::atomic<bool> isListening{false};
     std::atomic<Platform::HWND> notifiedWindow{Platform::NULL_HANDLE};
     Entry<decltype(Platform::WTSGetActiveConsoleSessionId)> getActiveConsoleSessionId = nullptr;
     Entry<decltype(Platform::ProcessIdToSessionId)> processIdToSessionId = nullptr;

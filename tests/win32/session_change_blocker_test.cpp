@@ -103,6 +103,19 @@ TEST_F(SessionChangeBlocker, RegistersAsSoonAsThereIsAManager)
     EXPECT_EQ(session->GetSessionState(), locked);
 }
 
+TEST_F(SessionChangeBlocker, KnowsWhatCameBeforeItWasRegistered)
+{
+    manager->Do("start_manager('2'); of_process(None); display('')");
+    Session first = Make();
+    Await([&] { return !first->Update() && CountThreads() == threads + 2; }); // the window's and the service's
+    const Session late = Make();
+    first = nullptr;
+    manager->Do("add_session('3'); announce('SessionNew', '3'); says('3', LockedHint=True); console('3')");
+    Await([] { return Make()->IsConsoleSession(); });
+    EXPECT_TRUE(late->Update() && late->IsConsoleSession());
+    BlockUntil(late, locked);
+}
+
 // Their registrations are counted: if one too few were taken back, the service's thread would be left.
 TEST_F(SessionChangeBlocker, RegistersOnceForManyThatBeginTogether)
 {

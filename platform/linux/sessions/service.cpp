@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::uint64_t never = ~std::uint64_t{0};
 // Milliseconds.
-constexpr std::uint64_t listeningDelay = 100; // until whoever has registered a window listens
+constexpr std::uint32_t shortageDelay = 100; // until what the system is short of is wanted again
 constexpr std::uint64_t refusedDelay = 1000; // until a full queue is tried again
 constexpr std::uint64_t firstFollowDelay = 250; // doubled at each failure
 constexpr std::uint64_t lastFollowDelay = 8000;
@@ -55,13 +55,12 @@ bool SessionService::UnRegister(HWND window) noexcept
     const std::lock_guard one(starting);
     {
         const std::lock_guard guard(lock);
-        Registration* const found = Find(window);
-        if (!found)
+        const auto found = std::ranges::find(
+            registrations, window, [](const Registration& made) { return made.told.GetWindow(); });
+        if (found == registrations.end())
             return Fail(ERROR_INVALID_PARAMETER);
-        if (--found->count > 0)
-            return true;
-        windows.erase(windows.begin() + (found - windows.data()));
-        if (!windows.empty())
+        registrations.erase(found);
+        if (!registrations.empty())
             return true;
     }
     Stop();
@@ -100,7 +99,7 @@ bool SessionService::Start(HWND window) noexcept
             isRunning = Seam::StartDeafThread(&thread, run, this) == 0 || FailWithErrno();
             if (isRunning)
                 return true;
-            windows.clear();
+            registrations.clear();
         }
     }
     manager.Close();
@@ -140,20 +139,10 @@ bool SessionService::Ask(LoginManager& asked, bool follow) noexcept
 
 bool SessionService::Add(HWND window) noexcept
 try {
-    if (Registration* const known = Find(window))
-        ++known->count;
-    else
-        windows.push_back({Told(window, state), GetTickCount64() + listeningDelay, 1});
+    registrations.push_back({Told(window, state), 0});
     return true;
 } catch (const std::bad_alloc&) {
     return Fail(ERROR_NOT_ENOUGH_MEMORY);
-}
-
-SessionService::Registration* SessionService::Find(HWND window) noexcept
-{
-    const auto found = std::ranges::find_if(
-        windows, [window](const Registration& one) { return one.told.GetWindow() == window; });
-    return found == windows.end() ? nullptr : &*found;
 }
 
 void SessionService::Serve() noexcept
@@ -171,7 +160,7 @@ void SessionService::Serve() noexcept
         }
         const std::uint64_t tellAt = Publish();
         if (!manager.Wait(manager.IsFollowing() ? tellAt : std::min(tellAt, followAt)) && !bell.IsTheEnd())
-            Sleep(static_cast<std::uint32_t>(listeningDelay)); // the system is short of something
+            Sleep(shortageDelay);
     }
 }
 
@@ -185,7 +174,7 @@ std::uint64_t SessionService::Publish() noexcept
         return never;
     const std::uint64_t now = GetTickCount64();
     std::uint64_t next = never;
-    for (Registration& registration : windows) {
+    for (Registration& registration : registrations) {
         if (now >= registration.tellAt && !registration.told.Tell(state))
             registration.tellAt = now + refusedDelay;
         if (now < registration.tellAt)

@@ -21,17 +21,17 @@ public:
     bool GetState(SessionState& out) noexcept;
 
 private:
+    // A window that is registered once more has another one: whoever has just come to it has to be told of a
+    // lock that it was told before.
     struct Registration {
         Told told;
         std::uint64_t tellAt; // not before
-        std::uint32_t count;
     };
 
     bool Start(HWND window) noexcept;
     void Stop() noexcept;
     bool Ask(LoginManager& asked, bool follow) noexcept;
     bool Add(HWND window) noexcept;
-    Registration* Find(HWND window) noexcept;
     void Serve() noexcept;
     std::uint64_t Publish() noexcept;
 
@@ -48,7 +48,7 @@ private:
     bool isCurrent = false; // whether `state` holds now
     SessionState state;
     std::uint64_t askAgainAt = 0; // without the thread
-    std::vector<Registration> windows;
+    std::vector<Registration> registrations;
 };
 
 } // namespace Platform
