@@ -47,10 +47,10 @@ constexpr int SM_REMOTESESSION = 0x1000;
 
 // ---- "WTSAPI32.DLL"
 
-// From now on the window gets WM_WTSSESSION_CHANGE, with the kind of change and the session's number; first of
-// all that the session is locked, if it is. What the window's queue refuses is posted again later, if it is
-// still true then. A window that is registered several times is told as often, and has to be unregistered as
-// often.
+// From now on the window gets WM_WTSSESSION_CHANGE, with the kind of change and the session's number; first
+// of all that the session is locked, if it is. What the window's queue refuses is posted again later, if it
+// is still true then. A window that is registered several times is told as often, and has to be unregistered
+// as often.
 //
 // The first registration starts a thread, the service, which ends with the last. It runs with all signals
 // blocked. When the bus or the manager goes it waits for the next one, for up to 8 seconds between two looks,

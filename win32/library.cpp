@@ -129,8 +129,7 @@ bool Library::EnsureNotification(const FacePtr<MessageMonitor::Observer>& observ
 void Library::RegisterWindow()
 {
     if (!isListening) { // two threads at once: being told twice does no harm
-        messageMonitor->AddObserver(
-            Platform::WM_WTSSESSION_CHANGE, FacePtr<MessageMonitor::Observer>(this));
+        messageMonitor->AddObserver(Platform::WM_WTSSESSION_CHANGE, FacePtr<MessageMonitor::Observer>(this));
         isListening = true;
     }
     const Platform::HWND window = Mt::ToPlatform(messageMonitor->GetWindow());

@@ -107,7 +107,8 @@ TEST_F(SessionChangeBlocker, KnowsWhatCameBeforeItWasRegistered)
 {
     manager->Do("start_manager('2'); of_process(None); display('')");
     Session first = Make();
-    Await([&] { return !first->Update() && CountThreads() == threads + 2; }); // the window's and the service's
+    const std::size_t started = threads + 2; // the window's and the service's
+    Await([&] { return !first->Update() && CountThreads() == started; });
     const Session late = Make();
     first = nullptr;
     manager->Do("add_session('3'); announce('SessionNew', '3'); says('3', LockedHint=True); console('3')");
