@@ -118,14 +118,11 @@ TEST(Handles, AreSafeAgainstCloseElsewhere)
     std::vector<std::jthread> threads;
     for (int thread = 0; thread < 3; ++thread)
         threads.emplace_back([&] {
-            while (!done) {
-                const ObjectRef<Probe> used = FindHandle<Probe>(published, 0);
-                if (!used)
-                    continue;
-                ++found;
-                if (!used->alive)
-                    metDead = true;
-            }
+            while (!done)
+                if (const ObjectRef<Probe> used = FindHandle<Probe>(published, 0)) {
+                    ++found;
+                    metDead = metDead || !used->alive;
+                }
         });
     for (int i = 0; i < 100'000 || found < 1000; ++i) {
         const Handle handle = MakeProbe();

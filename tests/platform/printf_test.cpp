@@ -179,12 +179,10 @@ TEST(Printf, TakesTextOfBothWidths)
 
 TEST(Printf, ReadsNoTextBeyondItsPrecision)
 {
-    const auto narrow = std::make_unique<char[]>(300);
-    const auto wide = std::make_unique<char16_t[]>(300);
-    std::fill_n(narrow.get(), 300, 'a');
-    std::fill_n(wide.get(), 300, u'a');
-    EXPECT_EQ(Narrow("%.300s%.*ls", narrow.get(), 300, wide.get()).size(), 600U);
-    EXPECT_EQ(Wide(u"%.300s%.300hs%.0s", wide.get(), narrow.get(), nullptr).size(), 600U);
+    const std::vector<char> narrow(300, 'a');
+    const std::vector<char16_t> wide(300, u'a');
+    EXPECT_EQ(Narrow("%.300s%.*ls", narrow.data(), 300, wide.data()).size(), 600U);
+    EXPECT_EQ(Wide(u"%.300s%.300hs%.0s", wide.data(), narrow.data(), nullptr).size(), 600U);
 }
 
 TEST(Printf, CountsHostileWidthsAndWritesNone)

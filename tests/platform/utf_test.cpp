@@ -197,5 +197,7 @@ TEST(Utf, GivesEveryCharacterBack)
     ExpectConversion<char16_t>(Encoded<std::string>(text), 1);
     ExpectConversion<char>(Encoded<std::u16string>(text), 1);
     EXPECT_EQ(Decoded(Encoded<std::string>(text)), text);
+    for (const std::size_t length : {256U, 257U}) // what the stack holds, and one more
+        ExpectConversion<char>(std::u16string(length, u'\x4E2D'), 1);
     EXPECT_EQ(_mbslen("a\xC3\xA9\xF0\x9F\x98\x80\xFF"), 5U); // the char and both halves, and U+FFFD
 }
