@@ -112,6 +112,7 @@ void SessionChangeBlockerImpl::OpenLogonLock()
         wakeEvent = events->CreateFromHandle(Mt::ToPublic(opened));
 }
 
+// What comes through the window the library has heard already; not so where somebody else calls.
 void SessionChangeBlockerImpl::OnMessage(std::uint32_t, std::uint64_t wParam, std::int64_t)
 {
     library->OnSessionChange(wParam);

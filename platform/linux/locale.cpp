@@ -116,7 +116,7 @@ constexpr Locale locales[] = {
 
 constexpr std::uint32_t fallback = 0x409;
 
-// The languages of the message tables, without their varieties (Norwegian and Chinese are two texts each).
+// The languages of the message tables, without their varieties (Chinese and Portuguese are two texts each).
 constexpr std::uint16_t languagesWithTexts[] = {
     0x04, 0x06, 0x07, 0x08, 0x09, 0x0A, 0x0B, 0x0C, 0x10, 0x11, 0x12, 0x13, 0x14, 0x16, 0x19, 0x1D, 0x1F};
 

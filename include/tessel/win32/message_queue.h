@@ -29,8 +29,9 @@ constexpr const char16_t* messageQueueClass = u"CID_Gui::MessageQueue";
 
 // Put a message into a queue, behind all that are there, from any thread: into that of a thread (Mt::Thread's
 // GetId), which has one as soon as it has made a MessageQueue; or into that of the window's thread, and for a
-// null window of the calling one. Throw an Error of one layer with the system's number: 1444 for no such
-// queue, 1400 for no such window, 1816 where 10,000 messages wait already, 8 for want of memory.
+// null window of the calling one, and for window 0xFFFF for each window of the process. Throw an Error of one
+// layer with the system's number: 1444 for no such queue, 1400 for no such window, 1816 where 10,000 messages
+// wait already, 8 for want of memory; for 0xFFFF if any one window was refused, but all others have it.
 TESSEL_API void PostThreadMessage(
     std::uint32_t thread, std::uint32_t number, std::uint64_t wParam, std::int64_t lParam);
 TESSEL_API void PostMessage(::Handle window, std::uint32_t number, std::uint64_t wParam, std::int64_t lParam);
