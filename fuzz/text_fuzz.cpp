@@ -63,12 +63,6 @@ void FuzzCodePage(const std::string& bytes)
 const COUNTED_STRING counted{3, 3, "\xE4\xB8\xAD"};
 constexpr std::size_t argumentCount = 110; // %99 with both stars, and more
 
-template <class Format, std::size_t... index>
-int CallWithArguments(Format format, std::index_sequence<index...>)
-{
-    return format((static_cast<void>(index), static_cast<const void*>(&counted))...);
-}
-
 template <class Char, bool isMessage>
 int Call(Char* buffer, std::size_t capacity, const Char* format, ...)
 {
@@ -90,11 +84,12 @@ void FuzzFormat(const std::basic_string<Char>& format)
         return;
     const auto source = Exactly(format + Char{});
     const auto formatInto = [&](Char* buffer, std::size_t capacity) {
-        return CallWithArguments(
-            [&](auto... arguments) {
-                return Call<Char, isMessage>(buffer, capacity, source.get(), arguments...);
-            },
-            std::make_index_sequence<argumentCount>{});
+        return [&]<std::size_t... index>(std::index_sequence<index...>)
+        {
+            return Call<Char, isMessage>(buffer, capacity, source.get(),
+                (static_cast<void>(index), static_cast<const void*>(&counted))...);
+        }
+        (std::make_index_sequence<argumentCount>{});
     };
     const int length = formatInto(nullptr, 0);
     const std::size_t room = length < 0 || length > 100000 ? 100 : static_cast<std::size_t>(length) + 1;

@@ -8,7 +8,6 @@ namespace {
 
 TEST(Error, FormatShowsTheNewestAndTheShownLayer)
 {
-    Hooks::SetLanguage([]() noexcept { return std::uint32_t{0x40A}; }); // without messages, so English counts
     Error error("bad val type %d", "tessel/val", 5);
     const Error copy = error;
     error.AddLayer(7, u"in between", false);
@@ -27,25 +26,36 @@ TEST(Error, FormatShowsTheNewestAndTheShownLayer)
 
 TEST(Error, WithoutTextsShowsItsCodeOrStaysSilent)
 {
-    const struct {
-        std::uint32_t code;
-        const char16_t *details, *expected;
-    } cases[] = {{7, u"", u"00000007"}, {Error::sameCode, u"", u"e7210000"}, {7, u"d", u"00000007\n\nd"},
-        {0, u"d", u""}, {Error::interrupted, u"", u"An internal error occured (error: interrupt-display)."}};
-    for (const auto& c : cases) {
+    const std::tuple<std::uint32_t, const char16_t*, const char16_t*> cases[] = {{7, u"", u"00000007"},
+        {Error::sameCode, u"", u"e7210000"}, {7, u"d", u"00000007\n\nd"}, {0, u"d", u""},
+        {Error::interrupted, u"", u"An internal error occured (error: interrupt-display)."}};
+    for (const auto& [code, details, expected] : cases) {
         Error error;
-        error.AddLayer(c.code, {}, false);
-        error.SetDetails(c.details);
-        EXPECT_EQ(error.Format(), c.expected) << c.code;
+        error.AddLayer(code, {}, false);
+        error.SetDetails(details);
+        EXPECT_EQ(error.Format(), expected) << code;
     }
-    Error shown; // nothing shown in the newest layer, but one below it
-    shown.AddLayer(7, u"below", true);
-    shown.AddLayer(8, {}, false);
-    EXPECT_EQ(shown.Format(), u"\nbelow");
-    Error emptyButShown;
-    emptyButShown.AddLayer(7, {}, true);
-    emptyButShown.SetDetails(u"d");
-    EXPECT_EQ(emptyButShown.Format(), u"\nd") << "one line feed where nothing stands in front";
+    Error error; // nothing to show in the newest layer
+    error.AddLayer(7, u"below", true);
+    error.AddLayer(8, {}, false);
+    EXPECT_EQ(error.Format(), u"\nbelow");
+    error.AddLayer(7, {}, true);
+    error.SetDetails(u"d");
+    EXPECT_EQ(error.Format(), u"\nd") << "one line feed where nothing stands in front";
+}
+
+TEST(Error, MessagesFollowTheLanguageAndFallBackToEnglish)
+{
+    const std::pair<Hooks::Language, const char16_t*> cases[] = {
+        {nullptr, u"The data have incorrect format."},
+        {[]() noexcept { return std::uint32_t{0x408}; }, u"Τα δεδομένα έχουν εσφαλμένη μορφή."},
+        {[]() noexcept { return std::uint32_t{0x40A}; }, u"The data have incorrect format."}};
+    for (const auto& [language, text] : cases) {
+        Hooks::SetLanguage(language);
+        Error error;
+        error.AddLayer(Error::badFormat, {}, false);
+        EXPECT_EQ(error.Format(), text);
+    }
 }
 
 TEST(Error, WithoutMemoryThrowsBadAllocAndLeaksNothing)

@@ -13,8 +13,7 @@ namespace {
 using Type = Properties::PropertyType;
 using Names = std::vector<WideString>;
 
-class PersistentPropertiesTest : public ::testing::Test {
-protected:
+struct PersistentPropertiesTest : testing::Test {
     PersistentPropertiesTest() { bag.Open(u"Client\\Settings", true); }
 
     TemporaryRegistry registry;
@@ -30,16 +29,13 @@ TEST_F(PersistentPropertiesTest, KeepWhatWasSetInTheRegistrysOwnForms)
     bag.SetString(u"empty", u"");
     bag.SetBinary(u"b", Bytes("AA00BB"));
     bag.SetBinary(u"none", Binary());
-    const struct {
-        const char16_t* name;
-        std::uint32_t type;
-        std::string bytes;
-    } cases[] = {{u"n", 4, "\x04\x03\x02\x01"}, {u"s", 1, std::string("a\0\xDF\0\0\0", 6)},
-        {u"empty", 1, std::string(2, '\0')}, {u"b", 3, std::string("\xAA\0\xBB", 3)}, {u"none", 3, ""}};
-    for (const auto& c : cases) {
+    const std::tuple<const char16_t*, std::uint32_t, std::string> cases[] = {{u"n", 4, "\x04\x03\x02\x01"},
+        {u"s", 1, std::string("a\0\xDF\0\0\0", 6)}, {u"empty", 1, std::string(2, '\0')},
+        {u"b", 3, std::string("\xAA\0\xBB", 3)}, {u"none", 3, ""}};
+    for (const auto& [name, expected, bytes] : cases) {
         std::uint32_t type = 0;
-        EXPECT_EQ(Key(path).Get(c.name, &type), c.bytes);
-        EXPECT_EQ(type, c.type);
+        EXPECT_EQ(Key(path).Get(name, &type), bytes);
+        EXPECT_EQ(type, expected);
     }
     PersistentProperties other;
     other.Open(u"client\\SETTINGS", true);

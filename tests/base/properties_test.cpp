@@ -60,19 +60,16 @@ TEST(Properties, ImportKeepsWhatWasReadBeforeAFailure)
 
 TEST(Properties, MergeComparesNamesExactly)
 {
-    const struct {
-        std::vector<WideString> names;
-        bool exclude;
-        const char16_t* expected;
-    } cases[] = {{{}, true, u"Age Hnd Key Own "}, {{}, false, u"Own "}, {{u"Age"}, true, u"Hnd Key Own "},
+    const std::tuple<std::vector<WideString>, bool, const char16_t*> cases[] = {
+        {{}, true, u"Age Hnd Key Own "}, {{}, false, u"Own "}, {{u"Age"}, true, u"Hnd Key Own "},
         {{u"age"}, true, u"Age Hnd Key Own "}, {{u"Key", u"Age", u"None"}, false, u"Age Key Own "}};
-    for (const auto& c : cases) {
+    for (const auto& [names, exclude, expected] : cases) {
         MemoryProperties bag;
         bag.SetNumber(u"Own", 1);
-        bag.Merge(Sample(), c.names, c.exclude);
-        EXPECT_EQ(NamesOf(bag), c.expected);
+        bag.Merge(Sample(), names, exclude);
+        EXPECT_EQ(NamesOf(bag), expected);
         bag.Merge(bag, {}, true);
-        EXPECT_EQ(NamesOf(bag), c.expected) << "itself";
+        EXPECT_EQ(NamesOf(bag), expected) << "itself";
     }
 }
 
@@ -80,22 +77,20 @@ TEST(Properties, IsSubsetOfComparesTypesAndValues)
 {
     MemoryProperties bag = Sample();
     bag.SetString(u"Text", u"Straße");
-    const struct {
-        std::function<void(MemoryProperties&)> change;
-        bool sensitive, insensitive;
-    } cases[] = {{[](auto& b) { b.SetNumber(u"More", 1); }, true, true},
+    const std::tuple<std::function<void(MemoryProperties&)>, bool, bool> cases[] = {
+        {[](auto& b) { b.SetNumber(u"More", 1); }, true, true},
         {[](auto& b) { b.SetString(u"Text", u"STRAßE"); }, false, true},
         {[](auto& b) { b.SetNumber(u"Age", 8); }, false, false},
         {[](auto& b) { b.SetString(u"Age", u"7"); }, false, false},
         {[](auto& b) { b.SetBinary(u"Key", Bytes("AABB")); }, false, false},
         {[](auto& b) { b.SetHandle(u"Hnd", Handle{0x0122334455667788}); }, false, false},
         {[](auto& b) { b.Clear(); }, false, false}};
-    for (const auto& c : cases) {
+    for (const auto& [change, sensitive, insensitive] : cases) {
         MemoryProperties other = bag;
-        c.change(other);
+        change(other);
         const std::string text = ::testing::PrintToString(other.Export());
-        EXPECT_EQ(bag.IsSubsetOf(other, true), c.sensitive) << text;
-        EXPECT_EQ(bag.IsSubsetOf(other, false), c.insensitive) << text;
+        EXPECT_EQ(bag.IsSubsetOf(other, true), sensitive) << text;
+        EXPECT_EQ(bag.IsSubsetOf(other, false), insensitive) << text;
     }
 }
 

@@ -149,12 +149,8 @@ TEST(String, StoredFormIsReadBackAndChecked)
     std::string stored(text.GetSerializedSize(), '\0');
     EXPECT_EQ(text.Serialize(stored.data()), 12U);
     EXPECT_EQ(stored, std::string("\4\0\0\0\xB0\4\0\0a\0\0\0", 12));
-    const struct {
-        const char* what;
-        std::string bytes;
-        std::uint32_t available, used;
-        const char16_t* text;
-    } cases[] = {{"empty, whatever follows", std::string("\0\0\0\0\xFF\xFF", 6), 6, 4, u""},
+    const std::tuple<const char*, std::string, std::uint32_t, std::uint32_t, const char16_t*> cases[] = {
+        {"empty, whatever follows", std::string("\0\0\0\0\xFF\xFF", 6), 6, 4, u""},
         {"own order", std::string("\6\0\0\0\xB0\4\0\0a\0b\0\0\0", 14), 14, 14, u"ab"},
         {"the numbers turned, the text not", std::string("\0\0\0\6\0\0\4\xB0\141\0b\0\0\0", 14), 14, 14,
             u"ab"},
@@ -167,10 +163,10 @@ TEST(String, StoredFormIsReadBackAndChecked)
         {"no terminator within its size", std::string("\4\0\0\0\xB0\4\0\0a\0b\0\0\0", 14), 14, 0, u""},
         {"no terminator, narrow", std::string("\2\0\0\0\xE4\4\0\0abc\0", 12), 12, 0, u""},
         {"an unknown code page", std::string("\4\0\0\0\xFF\xFE\0\0abc\0", 12), 12, 0, u""}};
-    for (const auto& c : cases) {
+    for (const auto& [what, bytes, available, used, expected] : cases) {
         WideString read = u"old";
-        EXPECT_EQ(read.Deserialize(c.bytes.data(), c.available), c.used) << c.what;
-        EXPECT_EQ(read, c.text) << c.what;
+        EXPECT_EQ(read.Deserialize(bytes.data(), available), used) << what;
+        EXPECT_EQ(read, expected) << what;
     }
 }
 

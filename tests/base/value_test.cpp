@@ -4,8 +4,7 @@
 
 #include <gtest/gtest.h>
 
-using Testing::Both;
-using Testing::BothImpl;
+using namespace Testing;
 
 namespace {
 

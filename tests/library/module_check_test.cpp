@@ -28,9 +28,7 @@ std::string Findings(const std::string& construct)
 
 TEST(ModuleCheck, NamesWhatPinsAModuleAndWhatDanglesAfterIt)
 {
-    const struct {
-        const char *construct, *expected;
-    } cases[] = {
+    const std::pair<const char*, const char*> cases[] = {
         {"nothing", ""},
         {"noExports", "fatal Module_GetStaticList\nfatal Module_IsUnlocked\n"},
         {"threadLocal", "fatal __cxa_thread_atexit\n"},
@@ -46,8 +44,8 @@ TEST(ModuleCheck, NamesWhatPinsAModuleAndWhatDanglesAfterIt)
         {"uniqueSymbol", "fatal Shared<int>::value\n"},
 #endif
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(Findings(c.construct), c.expected) << c.construct;
+    for (const auto& [construct, expected] : cases)
+        EXPECT_EQ(Findings(construct), expected) << construct;
 }
 
 // True if the file was refused with an explanation; anything but that and a result ends the test.

@@ -1,9 +1,8 @@
-void DefinedNowhere();
+bool DefinedNowhere();
 
 extern "C" bool Module_IsUnlocked(unsigned)
 {
-    DefinedNowhere();
-    return true;
+    return DefinedNowhere();
 }
 extern "C" void* Module_GetStaticList(int)
 {

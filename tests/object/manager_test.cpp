@@ -79,17 +79,14 @@ TEST(Manager, FindsClassesByPatternAndInterface)
 
 TEST(Clsid, PatternsNameComponentsFromTheType)
 {
-    const struct {
-        const char16_t *clsid, *pattern;
-        bool matches;
-    } cases[] = {{u"anything", u"", true}, {u"T|a", u"", true}, {u"plain", u"plain", true},
-        {u"plain", u"plai", false}, {u"T|a", u"a", true}, {u"T|a", u"T|a", true}, {u"T|a", u"U|a", false},
-        {u"T|a|b", u"T|", true}, {u"T|a|b", u"T|a|", true}, {u"T|a|b", u"T|c|", false},
-        {u"T|a|b", u"T|a|b", true}, {u"T|a|b", u"T|b", false}, {u"T|a", u"T|a|", false},
-        {u"plain", u"T|", false}};
-    for (const auto& c : cases)
-        EXPECT_EQ(Object::MatchesPattern(c.clsid, c.pattern), c.matches)
-            << NarrowString(c.clsid).c_str() << " " << NarrowString(c.pattern).c_str();
+    const std::tuple<const char16_t*, const char16_t*, bool> cases[] = {{u"anything", u"", true},
+        {u"T|a", u"", true}, {u"plain", u"plain", true}, {u"plain", u"plai", false}, {u"T|a", u"a", true},
+        {u"T|a", u"T|a", true}, {u"T|a", u"U|a", false}, {u"T|a|b", u"T|", true}, {u"T|a|b", u"T|a|", true},
+        {u"T|a|b", u"T|c|", false}, {u"T|a|b", u"T|a|b", true}, {u"T|a|b", u"T|b", false},
+        {u"T|a", u"T|a|", false}, {u"plain", u"T|", false}};
+    for (const auto& [clsid, pattern, matches] : cases)
+        EXPECT_EQ(Object::MatchesPattern(clsid, pattern), matches)
+            << NarrowString(clsid).c_str() << " " << NarrowString(pattern).c_str();
 }
 
 } // namespace Testing

@@ -14,9 +14,7 @@ namespace {
 
 using Testing::Gadget;
 
-struct Range {
-    std::uintptr_t begin, end;
-};
+using Range = std::pair<std::uintptr_t, std::uintptr_t>;
 
 // Where a file lies in this process's memory.
 std::vector<Range> MappedRanges(const std::string& file)
@@ -25,9 +23,8 @@ std::vector<Range> MappedRanges(const std::string& file)
     std::vector<Range> ranges;
     for (std::string line; std::getline(maps, line);)
         if (line.ends_with(file)) {
-            Range range{};
-            std::sscanf(line.c_str(), "%lx-%lx", &range.begin, &range.end);
-            ranges.push_back(range);
+            Range& range = ranges.emplace_back();
+            std::sscanf(line.c_str(), "%lx-%lx", &range.first, &range.second);
         }
     return ranges;
 }
@@ -39,10 +36,10 @@ bool IsLoaded(const std::string& file)
 // Puts inaccessible memory where a module was, so that whatever still points there is found out.
 void Forbid(const std::vector<Range>& ranges)
 {
-    for (const Range& range : ranges) {
-        void* const at = reinterpret_cast<void*>(range.begin);
+    for (const auto& [begin, end] : ranges) {
+        void* const at = reinterpret_cast<void*>(begin);
         constexpr int flags = MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE;
-        EXPECT_EQ(mmap(at, range.end - range.begin, PROT_NONE, flags, -1, 0), at);
+        EXPECT_EQ(mmap(at, end - begin, PROT_NONE, flags, -1, 0), at);
     }
 }
 
@@ -53,8 +50,7 @@ WideString Text(const std::string& path)
 
 const std::string gadgetsFile = TESSEL_TEST_MODULES "/gadgets.dll";
 
-class ModuleTest : public testing::Test {
-protected:
+struct ModuleTest : testing::Test {
     ModuleTest()
     {
         const Object::ClassInfoList classes = {{u"CID_Testing::Gadget", {u"IID_Testing::Gadget"}, {}},

@@ -32,8 +32,7 @@ TEST(ObjectRace, ReferencesAndWeakReferencesNeverMeetADeadObject)
         WeakPtr<Left> weak;
     };
     static Place places[3];
-    static std::atomic<unsigned> locked;
-    locked = 0;
+    static std::atomic<unsigned> locked{0};
     RunThreads([](unsigned seed) {
         std::mt19937 random(seed);
         FacePtr<Left> held;
@@ -131,13 +130,11 @@ TEST(ObjectRace, WeakMapGivesOnlyLivingValues)
                 own[key] = MakeFace<Both>();
                 map.Set(key, own[key]);
                 multi.Add(key, own[key]);
-            } else if (const auto found = map.Find(key)) {
-                ASSERT_EQ(found->Name(), 1);
             }
-            std::vector<FacePtr<Left>> all;
-            multi.Find(key, all);
-            for (const auto& one : all)
-                ASSERT_EQ(one->Name(), 1);
+            std::vector<FacePtr<Left>> found = {map.Find(random() % 8)};
+            multi.Find(key, found);
+            for (const auto& one : found)
+                ASSERT_TRUE(!one || one->Name() == 1);
             if (random() % 256 == 0)
                 Cleanup::Manager::Get()->Cleanup(true);
         }

@@ -8,8 +8,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class Scan : public testing::Test {
-protected:
+struct Scan : testing::Test {
     Scan()
     {
         folder.MakeLink(TESSEL_LIBRARY, "libtessel.so.1");
