@@ -1,6 +1,6 @@
 // WeakMap and WeakMultiMap: maps that do not keep their values alive.
 //
-// An entry whose value has died is dropped by whoever meets it, and by the cleanup. All operations may be
+// An entry whose value has died is dropped by whoever meets it, by the cleanup, and where many are added. All operations may be
 // called from any thread. No value's destructor ever runs in the section: references are handed out or
 // dropped outside, so a destructor may use the same map, and wait for whomever it likes.
 #pragma once
@@ -52,7 +52,19 @@ public:
     bool Cleanup(bool /*force*/) override
     {
         const ReadMostlySection::Writing lock(section);
-        return std::erase_if(entries, [](const auto& entry) { return entry.second.IsDead(); }) != 0;
+        return DropDead();
+    }
+
+    // One more entry. Each time that their number has doubled the dead are dropped, so that there are never
+    // many more of them than there were living ones, also in a map that is only added to.
+    void Add(const Key& key, const FacePtr<V>& value)
+    {
+        const ReadMostlySection::Writing lock(section);
+        if (entries.size() >= dropAt) {
+            DropDead();
+            dropAt = std::max(firstDrop, 2 * entries.size());
+        }
+        entries.emplace(key, value);
     }
 
     // Adds each key with a living value, in the order of the keys, those of one key in theirs.
@@ -129,6 +141,17 @@ public:
     // Guards the entries.
     static constinit inline ReadMostlySection section;
     Entries entries;
+
+private:
+    static constexpr std::size_t firstDrop = 64;
+
+    // In the section.
+    bool DropDead()
+    {
+        return std::erase_if(entries, [](const auto& entry) { return entry.second.IsDead(); }) != 0;
+    }
+
+    std::size_t dropAt = firstDrop; // entries
 };
 
 // At most one value for a key.
@@ -202,11 +225,7 @@ public:
     using Pairs = typename Contents::Pairs;
 
     // One more value, behind those that the key has.
-    void Add(const K& key, const FacePtr<V>& value)
-    {
-        const ReadMostlySection::Writing lock(Contents::section);
-        contents->entries.emplace(key, value);
-    }
+    void Add(const K& key, const FacePtr<V>& value) { contents->Add(key, value); }
 
     // Adds the living values of the key, in the order in which they were added.
     void Find(const K& key, std::vector<FacePtr<V>>& out)

@@ -49,6 +49,14 @@ TEST(WeakMultiMap, KeepsTheOrderOfAdding)
     EXPECT_EQ(found, values);
 }
 
+TEST(WeakMultiMap, DoesNotGrowByDeadValues)
+{
+    const auto contents = WeakMultiMap<unsigned, Named>::Contents::Make();
+    for (int i = 0; i < 1000; ++i)
+        contents->Add(7, MakeNamed());
+    EXPECT_LE(contents->entries.size(), 100U);
+}
+
 struct CountingItem : Face<Cleanup::Item> {
     bool Cleanup(bool force) override
     {
