@@ -1,8 +1,8 @@
 // WeakMap and WeakMultiMap: maps that do not keep their values alive.
 //
-// An entry whose value has died is dropped by whoever meets it, by the cleanup, and where many are added. All operations may be
-// called from any thread. No value's destructor ever runs in the section: references are handed out or
-// dropped outside, so a destructor may use the same map, and wait for whomever it likes.
+// An entry whose value has died is dropped by whoever meets it, by the cleanup, and where many are added. All
+// operations may be called from any thread. No value's destructor ever runs in the section: references are
+// handed out or dropped outside, so a destructor may use the same map, and wait for whomever it likes.
 #pragma once
 
 #include "object/read_mostly_section.h"
