@@ -3,7 +3,8 @@
 #include "mt/system_message.h"
 #include <tessel/base/critical_section.h>
 #include <tessel/base/error.h>
-#include <tessel/win32/message_queue.h>
+
+#include <new>
 
 namespace Win32 {
 
@@ -50,6 +51,7 @@ constinit thread_local const MessageMonitorImpl::WindowThread* MessageMonitorImp
 
 void MessageMonitorImpl::WindowThread::Initialize()
 {
+    queue = FacePtr<Gui::MessageQueue>(Clsid(Gui::messageQueueClass));
     const Platform::ATOM taken = sharedClass.Take(&OnMessage);
     window = Platform::CreateWindowExW(taken);
     if (window == Platform::NULL_HANDLE) {
@@ -77,7 +79,6 @@ void MessageMonitorImpl::WindowThread::Run()
 // Between the look at the monitor and the wait it may go: then an interrupt or a message is on its way.
 void MessageMonitorImpl::WindowThread::DispatchMessages() const
 {
-    const FacePtr<Gui::MessageQueue> queue{Clsid(Gui::messageQueueClass)};
     while (!monitor.IsDead()) {
         queue->Block();
         Mt::Win32::SystemMessage message;
@@ -95,6 +96,18 @@ std::int64_t MessageMonitorImpl::WindowThread::OnMessage(
     return Platform::DefWindowProcW(window, message, wParam, lParam);
 }
 
+// What arrives while there is no memory for the list waits until there is, and is not lost.
+std::vector<FacePtr<MessageMonitor::Observer>> MessageMonitorImpl::WindowThread::AwaitObservers(
+    MessageMonitorImpl& living, std::uint32_t message)
+{
+    for (;;)
+        try {
+            return living.GetObservers(message);
+        } catch (const std::bad_alloc&) {
+            Platform::Sleep(1);
+        }
+}
+
 // The monitor is held until the last observer has returned: so who drops its last reference on another thread
 // waits for no observer, and can hold what observers want.
 void MessageMonitorImpl::WindowThread::TellObservers(
@@ -103,7 +116,7 @@ void MessageMonitorImpl::WindowThread::TellObservers(
     const FacePtr<MessageMonitorImpl> living = monitor.Lock();
     if (!living)
         return;
-    for (const FacePtr<Observer>& observer : living->GetObservers(message))
+    for (const FacePtr<Observer>& observer : AwaitObservers(*living, message))
         try {
             observer->OnMessage(message, wParam, lParam);
         } catch (const Error&) { // NOLINT(bugprone-empty-catch): nobody is there to be told

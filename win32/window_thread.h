@@ -6,6 +6,7 @@
 
 #include "win32/message_monitor_factory.h"
 #include <tessel/mt/thread.h>
+#include <tessel/win32/message_queue.h>
 
 namespace Win32 {
 
@@ -16,7 +17,8 @@ public:
     WindowThread(const WindowThread&) = delete;
     WindowThread& operator=(const WindowThread&) = delete;
 
-    // Makes the window. Throws "msgmon-regcls-%d", "msgmon-crewnd-%d".
+    // Makes queue and window, for Run has nobody to tell of a failure. Throws "msgmon-regcls-%d",
+    // "msgmon-crewnd-%d".
     void Initialize() override;
     // Hands messages on until the monitor has gone, or the thread is interrupted.
     void Run() override;
@@ -27,6 +29,7 @@ private:
     static std::int64_t OnMessage(
         Platform::HWND window, std::uint32_t message, std::uint64_t wParam, std::int64_t lParam);
 
+    static std::vector<FacePtr<Observer>> AwaitObservers(MessageMonitorImpl& living, std::uint32_t message);
     void TellObservers(std::uint32_t message, std::uint64_t wParam, std::int64_t lParam) const;
     void DispatchMessages() const;
     void EndWindow() noexcept;
@@ -35,6 +38,7 @@ private:
     static constinit thread_local const WindowThread* current;
 
     const WeakPtr<MessageMonitorImpl> monitor;
+    FacePtr<Gui::MessageQueue> queue;
     Platform::HWND window = Platform::NULL_HANDLE; // stays as it is when the window has gone
     Platform::ATOM windowClass = 0; // while it has a share in it
 };
