@@ -59,8 +59,9 @@ constexpr int SM_REMOTESESSION = 0x1000;
 // False with RPC_S_INVALID_BINDING while no manager answers: later it may; ERROR_INVALID_WINDOW_HANDLE,
 // ERROR_INVALID_PARAMETER for any other flag, or what keeps a thread from starting.
 bool WTSRegisterSessionNotification(HWND window, std::uint32_t flags) noexcept;
-// Nothing is posted to the window any more when it returns. ERROR_INVALID_PARAMETER for one that is not
-// registered. It has to be called for a window that has gone, too.
+// Takes the oldest registration back: for it nothing is posted to the window any more when it returns.
+// ERROR_INVALID_PARAMETER for a window that is not registered. It has to be called for one that has gone,
+// too.
 bool WTSUnRegisterSessionNotification(HWND window) noexcept;
 
 // The connection state of the current session: 4 bytes, WTSActive or WTSDisconnected, which WTSFreeMemory
