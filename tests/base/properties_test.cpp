@@ -53,7 +53,7 @@ TEST(Properties, ImportKeepsWhatWasReadBeforeAFailure)
         {"10 13 48 5B 01000080 01000000 04000000 B0040000 6200 0000 06000000", u""}};
     for (const auto& [bytes, names] : cases) {
         MemoryProperties bag;
-        EXPECT_EQ(FailureOf([&] { bag.Import(Bytes(bytes)); }), "bad format") << bytes;
+        EXPECT_EQ(FailureOf([&, stored = Bytes(bytes)] { bag.Import(stored); }), "bad format") << bytes;
         EXPECT_EQ(NamesOf(bag), names) << bytes;
     }
 }
