@@ -39,8 +39,10 @@ struct MessageMonitor::Observer : Face<> {
     static constexpr Iid iid = u"IID_Win32::MessageMonitor::Observer"_iid;
 
     // Called on the window thread, one observer at a time and with no lock held, so it may do whatever it
-    // likes: add observers, ask for the monitor, drop the last reference to it. It is kept alive meanwhile. A
-    // slow one holds up all others. An Error that it throws is dropped; any other exception ends the process.
+    // likes: add observers, ask for the monitor, drop the last reference to it. It is kept alive meanwhile,
+    // so a call that is under way or just about to begin outlasts the release by its owner: nothing that it
+    // uses may go before it. A slow one holds up all others. An Error that it throws is dropped; any other
+    // exception ends the process.
     virtual void OnMessage(std::uint32_t message, std::uint64_t wParam, std::int64_t lParam) = 0;
 };
 

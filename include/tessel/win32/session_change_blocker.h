@@ -24,6 +24,8 @@ namespace Win32 {
 // - Without session notifications each second the event "KV7_LOGON_LOCK" is looked at, whoever makes it: a
 //   logon is active while it is not set and locked while it is. As long as there is none, loggedOff.
 // - Without session services the state is loggedOff.
+// Which of these it is the first blocker finds out, and it stays so for as long as there is any: a system bus
+// that comes up later, or for which no file descriptor was left, is seen when all have gone.
 //
 // Making one, or the first use behind it, throws, tag "win32": "wtsexp:%s:err:%d" or "wtsexp:%s:err%d" for an
 // incomplete "WTSAPI32.DLL", what the message monitor throws, and Block and Update "wtsrsn err %d" for any
