@@ -14,7 +14,7 @@ namespace Gui {
 // Block fetches a message: the oldest one, which leaves the queue. One that is there already goes before a
 // pending interrupt; but a wait that an interrupt has ended throws the interrupt error, and a message that
 // came at the same moment stays in the queue. A message fetched earlier that nobody has collected is lost to
-// the next Block: collect first.
+// the next Block, or composite wait: collect first. Several queues in one wait get the same message.
 struct MessageQueue : Face<Mt::Blocker> {
     static constexpr Iid iid = u"IID_Gui::MessageQueue"_iid;
 

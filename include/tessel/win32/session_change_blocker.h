@@ -20,7 +20,8 @@ namespace Win32 {
 // How it learns of changes depends on the system:
 // - With a login manager it is told of locks and logons at once; the other two are seen a second later at the
 //   latest. While the manager cannot be reached yet the state counts as loggedOff, so a state that was known
-//   before is seen changing, and each second it is tried again. Once that has succeeded it stays so.
+//   before is seen changing, and each second it is tried again. Once that has succeeded it stays so. A
+//   manager that does not answer holds up whoever makes a blocker or looks by it, half a second at a time.
 // - Without session notifications each second the event "KV7_LOGON_LOCK" is looked at, whoever makes it: a
 //   logon is active while it is not set and locked while it is. As long as there is none, loggedOff.
 // - Without session services the state is loggedOff.
