@@ -3,20 +3,25 @@
 #include "tests/allocation_plan.h"
 #include "tests/xml/documents.h"
 
+#include <functional>
 #include <pthread.h>
-#include <thread>
 
 using Xml::NodeType;
 
 namespace {
 
-void RunOnSmallStack(const std::function<void()>& run)
+void RunOnSmallStack(std::function<void()> run)
 {
     pthread_attr_t attributes;
-    pthread_getattr_default_np(&attributes);
+    pthread_t thread{};
+    pthread_attr_init(&attributes);
     ASSERT_EQ(pthread_attr_setstacksize(&attributes, 64 * 1024), 0);
-    ASSERT_EQ(pthread_setattr_default_np(&attributes), 0);
-    std::thread(run).join();
+    const auto entry = [](void* argument) -> void* {
+        (*static_cast<std::function<void()>*>(argument))();
+        return nullptr;
+    };
+    ASSERT_EQ(pthread_create(&thread, &attributes, entry, &run), 0);
+    pthread_join(thread, nullptr);
 }
 
 std::string Repeated(std::size_t count, const std::string& text)
