@@ -66,8 +66,8 @@ void Loader::Scan(const WideString& folder)
             manager->AddFactory(library.Cast<Factory>("tessel"));
 }
 
-// Takes over the records whose files are unchanged, the last one where a name stands repeatedly. False if
-// there is no sound cache.
+// Takes over, their lists too, the records whose files are unchanged, the last one where a name stands
+// repeatedly. False if there is no sound cache.
 bool Loader::ReadCache(const WideString& folder)
 {
     auto records = ParseCache(ReadCacheFile(folder + cacheName));

@@ -79,7 +79,7 @@ public:
             [](const auto& left, const auto& right) { return left.first < right.first; });
     }
 
-    // Each living value once, in the order of the first key of each.
+    // Each living value once, in the order of the first key of each; drops the dead entries.
     std::vector<FacePtr<V>> GetDistinct()
     {
         struct Found {
@@ -95,12 +95,16 @@ public:
         };
         std::vector<Found> found;
         std::vector<Found> distinct;
+        bool anyDead = false;
         {
             const ReadMostlySection::Reading lock(section);
             found.reserve(entries.size());
-            for (const auto& [key, weak] : entries)
+            for (const auto& [key, weak] : entries) {
                 if (FacePtr<V> value = weak.Lock())
                     add(found, {&key, std::move(value)});
+                else
+                    anyDead = true;
+            }
             std::sort(found.begin(), found.end(), [](const Found& left, const Found& right) {
                 return std::less<>()(left.value.Get(), right.value.Get());
             });
@@ -110,6 +114,8 @@ public:
             std::sort(distinct.begin(), distinct.end(),
                 [](const Found& left, const Found& right) { return *left.firstKey < *right.firstKey; });
         }
+        if (anyDead)
+            Cleanup(false);
         std::vector<FacePtr<V>> values;
         values.reserve(distinct.size());
         for (Found& one : distinct)

@@ -127,8 +127,8 @@ void MessageMonitorImpl::WindowThread::EndWindow() noexcept
 {
     if (windowClass == 0)
         return;
-    Platform::DestroyWindow(
-        window); // which fails behind the end of the thread: it has taken its windows along
+    // Fails behind the end of the thread, which has taken its windows along.
+    Platform::DestroyWindow(window);
     sharedClass.GiveBack();
     windowClass = 0;
 }

@@ -56,8 +56,8 @@ void Demo::SpeakLanguages()
     Chapter("One error in several languages:");
     const FacePtr<Nls::Language::Creator> languages{Clsid(Nls::languageCreatorClass)};
     const FacePtr<Nls::Language> before = languages->GetCurrent();
-    const std::vector<std::uint32_t> supported =
-        languages->GetSupported(); // the machine can have narrowed them
+    // The machine can have narrowed them.
+    const std::vector<std::uint32_t> supported = languages->GetSupported();
     const auto isSupported = [&](const Saying& saying) {
         return std::find(supported.begin(), supported.end(), saying.language) != supported.end();
     };

@@ -122,19 +122,13 @@ try {
 
 bool LoginManager::AddMatch(const char* rule)
 {
-    const BusMessage call = bus.MakeCall(busName, busPath, busName, "AddMatch");
-    if (!call || !call.Add(rule))
-        return false;
-    const BusMessage answer = Call(call);
+    const BusMessage answer = Call(bus.MakeCall(busName, busPath, busName, "AddMatch"), rule);
     return answer && !answer.IsError(nullptr);
 }
 
 bool LoginManager::ReadOwner()
 {
-    const BusMessage call = bus.MakeCall(busName, busPath, busName, "GetNameOwner");
-    if (!call || !call.Add(managerName))
-        return false;
-    const BusMessage answer = Call(call);
+    const BusMessage answer = Call(bus.MakeCall(busName, busPath, busName, "GetNameOwner"), managerName);
     if (!answer)
         return false;
     if (answer.IsError("org.freedesktop.DBus.Error.NameHasNoOwner"))
@@ -156,10 +150,8 @@ bool LoginManager::Read()
 // By number 0, which is whoever asks: that also holds in a container with process numbers of its own.
 bool LoginManager::FindSession()
 {
-    const BusMessage call = MakeCall(managerPath, managerInterface, "GetSessionByPID");
-    if (!call || !call.Add(std::uint32_t{0}))
-        return false;
-    const BusMessage answer = Call(call);
+    const BusMessage answer =
+        Call(MakeCall(managerPath, managerInterface, "GetSessionByPID"), std::uint32_t{0});
     if (!answer)
         return false;
     if (IsNoSession(answer))
@@ -176,10 +168,8 @@ bool LoginManager::FindDisplaySession()
 {
     path.clear();
     isFoundByDisplay = true;
-    const BusMessage call = MakeCall(managerPath, managerInterface, "GetUser");
-    if (!call || !call.Add(std::uint32_t{::getuid()}))
-        return false;
-    const BusMessage answer = Call(call);
+    const BusMessage answer =
+        Call(MakeCall(managerPath, managerInterface, "GetUser"), std::uint32_t{::getuid()});
     if (!answer)
         return false;
     if (answer.IsError("org.freedesktop.login1.NoSuchUser"))
@@ -201,10 +191,7 @@ bool LoginManager::ReadSession()
 {
     Reading reading;
     if (!path.empty()) {
-        const BusMessage call = MakeCall(path, propertiesInterface, "GetAll");
-        if (!call || !call.Add(sessionInterface))
-            return false;
-        const BusMessage answer = Call(call);
+        const BusMessage answer = Call(MakeCall(path, propertiesInterface, "GetAll"), sessionInterface);
         if (!answer || !ReadProperties(answer, reading) || reading.number == 0)
             return false;
     }
@@ -315,8 +302,7 @@ BusMessage LoginManager::MakeCall(
 BusMessage LoginManager::GetProperty(
     const std::string& object, const char* interface, const char* name) noexcept
 {
-    const BusMessage call = MakeCall(object, propertiesInterface, "Get");
-    return call && call.Add(interface) && call.Add(name) ? Call(call) : BusMessage();
+    return Call(MakeCall(object, propertiesInterface, "Get"), interface, name);
 }
 
 } // namespace Platform

@@ -55,8 +55,12 @@ private:
     bool TakeProperties(const BusMessage& signal);
 
     BusMessage MakeCall(const std::string& object, const char* interface, const char* member) const noexcept;
-    // The answer, empty if there is none.
-    BusMessage Call(const BusMessage& call) noexcept { return bus.Call(call, deadline); }
+    // The answer to a call with these arguments, empty if there is none.
+    template <class... Arguments>
+    BusMessage Call(const BusMessage& call, Arguments... arguments) noexcept
+    {
+        return call && (call.Add(arguments) && ...) ? bus.Call(call, deadline) : BusMessage();
+    }
     BusMessage GetProperty(const std::string& object, const char* interface, const char* name) noexcept;
 
     BusConnection bus;
