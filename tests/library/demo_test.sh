@@ -4,8 +4,7 @@
 set -euo pipefail
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
-cp -P "$1"/* "$folder"
-rm -f "$folder/autoreg.dat"
+find "$1" -maxdepth 1 ! -type d ! -name autoreg.dat -exec cp -P -t "$folder" {} + # not what an earlier run has left
 "$folder/demo" first
 "$folder/demo"
 "$folder/demo" --watch-session >"$folder/watched" &
