@@ -49,8 +49,8 @@ constexpr int SM_REMOTESESSION = 0x1000;
 
 // From now on the window gets WM_WTSSESSION_CHANGE, with the kind of change and the session's number; first
 // of all that the session is locked, if it is. What the window's queue refuses is posted again later, if it
-// is still true then. A window that is registered several times is told as often, and has to be unregistered
-// as often.
+// is still true then. A window that is registered once more is told of a lock again; it has to be
+// unregistered as often.
 //
 // The first registration starts a thread, the service, which ends with the last. It runs with all signals
 // blocked. When the bus or the manager goes it waits for the next one, for up to 8 seconds between two looks,
@@ -59,7 +59,7 @@ constexpr int SM_REMOTESESSION = 0x1000;
 // False with RPC_S_INVALID_BINDING while no manager answers: later it may; ERROR_INVALID_WINDOW_HANDLE,
 // ERROR_INVALID_PARAMETER for any other flag, or what keeps a thread from starting.
 bool WTSRegisterSessionNotification(HWND window, std::uint32_t flags) noexcept;
-// Takes the oldest registration back: for it nothing is posted to the window any more when it returns.
+// Takes a registration back: with the last one, nothing is posted to the window any more when it returns.
 // ERROR_INVALID_PARAMETER for a window that is not registered. It has to be called for one that has gone,
 // too.
 bool WTSUnRegisterSessionNotification(HWND window) noexcept;

@@ -87,6 +87,14 @@ def of_process(session):
            "raise dbus.exceptions.DBusException('none', name='org.freedesktop.login1.NoSessionForPID')")
 
 
+def unlock_when_asked():
+    """Once the manager is asked for the session, which takes it a moment, that is unlocked and no signal tells."""
+    method("GetSessionByPID", "u", "o", f"""import time
+time.sleep(0.3)
+objects['{path_of('2')}'].props['{MANAGER}.Session']['LockedHint'] = False
+ret = '{path_of('2')}'""")
+
+
 def announce(signal_name, session):
     root.EmitSignal(MANAGER + ".Manager", signal_name, "so", [session, dbus.ObjectPath(path_of(session))],
                     dbus_interface=dbusmock.MOCK_IFACE)

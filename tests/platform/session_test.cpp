@@ -241,6 +241,23 @@ TEST_F(Session, ManagerAndBusAreTakenUpAgain)
     EXPECT_TRUE(ComesTrue([] { return Query() == WTSDisconnected; }));
 }
 
+// The service is busy with a question while the window is registered once more: it is not told of the lock
+// again, which has gone, but it is told that it has.
+TEST_F(Session, LockThatGoesBehindARegistrationIsTold)
+{
+    Do("start_manager('2'); says(LockedHint=True)");
+    ASSERT_TRUE(ComesTrue([this] { return Register(); }));
+    EXPECT_EQ(Receive(1), (Messages{{7, 2}}));
+    Do("unlock_when_asked(); announce('SessionNew', '2')");
+    Sleep(100);
+    EXPECT_TRUE(Register() && UnRegister());
+    Messages told = Receive(1);
+    if (told == Messages{{7, 2}}) // it was not busy yet
+        told = Receive(1);
+    EXPECT_EQ(told, (Messages{{8, 2}}));
+    EXPECT_TRUE(UnRegister());
+}
+
 TEST_F(Session, ServiceEndsWithTheLastRegistration)
 {
     EXPECT_FALSE(UnRegister());

@@ -55,11 +55,11 @@ bool SessionService::UnRegister(HWND window) noexcept
     const std::lock_guard one(starting);
     {
         const std::lock_guard guard(lock);
-        const auto found = std::ranges::find(
-            registrations, window, [](const Registration& made) { return made.told.GetWindow(); });
+        const auto found = FindRegistration(window);
         if (found == registrations.end())
             return Fail(ERROR_INVALID_PARAMETER);
-        registrations.erase(found);
+        if (--found->count == 0)
+            registrations.erase(found);
         if (!registrations.empty())
             return true;
     }
@@ -137,9 +137,22 @@ bool SessionService::Ask(LoginManager& asked, bool follow) noexcept
     return knows;
 }
 
+std::vector<SessionService::Registration>::iterator SessionService::FindRegistration(HWND window) noexcept
+{
+    return std::ranges::find(
+        registrations, window, [](const Registration& made) { return made.told.GetWindow(); });
+}
+
+// Whoever comes to a window that is registered already has missed what it was told of the lock.
 bool SessionService::Add(HWND window) noexcept
 try {
-    registrations.push_back({Told(window, state), 0});
+    const auto found = FindRegistration(window);
+    if (found == registrations.end()) {
+        registrations.push_back({Told(window, state), 1, 0});
+    } else {
+        ++found->count;
+        found->told.RepeatLock();
+    }
     return true;
 } catch (const std::bad_alloc&) {
     return Fail(ERROR_NOT_ENOUGH_MEMORY);

@@ -21,16 +21,16 @@ public:
     bool GetState(SessionState& out) noexcept;
 
 private:
-    // A window that is registered once more has another one: whoever has just come to it has to be told of a
-    // lock that it was told before.
     struct Registration {
         Told told;
+        std::uint32_t count; // how often the window is registered
         std::uint64_t tellAt; // not before
     };
 
     bool Start(HWND window) noexcept;
     void Stop() noexcept;
     bool Ask(LoginManager& asked, bool follow) noexcept;
+    std::vector<Registration>::iterator FindRegistration(HWND window) noexcept;
     bool Add(HWND window) noexcept;
     void Serve() noexcept;
     std::uint64_t Publish() noexcept;

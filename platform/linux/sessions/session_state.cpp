@@ -3,6 +3,7 @@
 #include "platform/errors.h"
 
 #include <charconv>
+#include <utility>
 
 namespace Platform {
 
@@ -66,6 +67,7 @@ bool Told::TellEnds(const SessionState& now) noexcept
         return false;
     session = 0;
     isLocked = false;
+    isLockToRepeat = false;
     return true;
 }
 
@@ -80,7 +82,16 @@ bool Told::TellBegins(const SessionState& now) noexcept
     }
     return Turn(isOnConsole, now.IsOnConsole(), WTS_CONSOLE_CONNECT, WTS_CONSOLE_DISCONNECT)
         && Turn(isRemote, now.IsActiveRemotely(), WTS_REMOTE_CONNECT, WTS_REMOTE_DISCONNECT)
-        && Turn(isLocked, now.isLocked, WTS_SESSION_LOCK, WTS_SESSION_UNLOCK);
+        && TellLock(now.isLocked);
+}
+
+bool Told::TellLock(bool now) noexcept
+{
+    if (isLockToRepeat && !Post(now ? WTS_SESSION_LOCK : WTS_SESSION_UNLOCK))
+        return false;
+    if (std::exchange(isLockToRepeat, false))
+        isLocked = now;
+    return Turn(isLocked, now, WTS_SESSION_LOCK, WTS_SESSION_UNLOCK);
 }
 
 bool Told::Turn(bool& told, bool now, std::uint64_t begin, std::uint64_t end) noexcept

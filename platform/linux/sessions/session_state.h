@@ -51,6 +51,8 @@ public:
     Told(HWND itsWindow, const SessionState& now) noexcept;
 
     HWND GetWindow() const noexcept { return window; }
+    // A lock that was told is told again; or if it has gone by then, that it has.
+    void RepeatLock() noexcept { isLockToRepeat = isLocked; }
     // Posts what differs: what ends first, and the lock last, so that a logon does not cover it. A session
     // that ends takes its lock along without a word, for an unlock would say that it lives. False if a
     // message was refused: then it and those behind it are still to be told.
@@ -59,6 +61,7 @@ public:
 private:
     bool TellEnds(const SessionState& now) noexcept;
     bool TellBegins(const SessionState& now) noexcept;
+    bool TellLock(bool now) noexcept;
     // Posts unless it is told already.
     bool Turn(bool& told, bool now, std::uint64_t begin, std::uint64_t end) noexcept;
     bool Post(std::uint64_t kind) const noexcept;
@@ -68,6 +71,7 @@ private:
     bool isOnConsole;
     bool isRemote;
     bool isLocked = false;
+    bool isLockToRepeat = false;
 };
 
 } // namespace Platform
