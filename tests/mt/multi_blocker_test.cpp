@@ -126,7 +126,7 @@ TEST_F(MultiBlocker, NestsInEitherKind)
 {
     const auto event = AutoEvent();
     const auto inner = Any({ManualEvent(), event});
-    const auto outer = Any({Timer(10'000), inner});
+    const auto outer = Any({Timer(100'000), inner});
     event->Set();
     outer->Block();
     EXPECT_EQ(outer->GetSignalled(), Members{inner});
@@ -142,7 +142,7 @@ TEST_F(MultiBlocker, ThrowsTheInterruptAndKeepsIt)
 {
     const FacePtr<Mt::Thread> self = Mt::CurrentThread()->GetThread();
     const auto never = [] { Mt::Sleep(0xFFFFFFFF); };
-    for (const auto& composite : {Any({AutoEvent(), Timer(10'000)}), All({AutoEvent(), AutoEvent()}),
+    for (const auto& composite : {Any({AutoEvent(), Timer(100'000)}), All({AutoEvent(), AutoEvent()}),
              Any({Blocking(never), AutoEvent(), Blocking(never)}), Any({All({AutoEvent()})})}) {
         EXPECT_EQ(Thrown([&] { InterruptSelf(2), composite->Block(); }), "interrupted");
         EXPECT_EQ(DrainInterrupts(), 2);

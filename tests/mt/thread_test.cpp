@@ -19,7 +19,7 @@ TEST(Creation, FailsWithWhatInitializeThrows)
     EXPECT_EQ(CreateAndJoin([] { throw Error("not today %d", "test", 7); }, hasRun), "test: not today 7");
     EXPECT_THROW(CreateAndJoin([] { throw std::bad_alloc(); }, hasRun), std::bad_alloc);
     EXPECT_FALSE(hasRun);
-    Await([=] { return CountThreads() == before; });
+    Await([=] { return CountThreads() <= before; });
     EXPECT_EQ(Thrown([] { Start([] { throw Error("nobody hears", "test"); })->Join(true); }), "");
     EXPECT_EQ(Thrown([] { Mt::CurrentThread()->CreateThread(nullptr, 0); }), "tessel/mt: thr-null");
 }

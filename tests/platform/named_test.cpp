@@ -172,9 +172,10 @@ TEST(NamedEvent, ReleasesASleeperForEachOfTwoQuickSets)
         for (auto& number : numbers)
             sleepers.emplace_back([&] {
                 number = GetCurrentThreadId();
-                EXPECT_EQ(WaitForSingleObject(event, 10'000), WAIT_OBJECT_0) << round;
+                EXPECT_EQ(WaitForSingleObject(event, 100'000), WAIT_OBJECT_0) << round;
             });
-        while (!IsAsleep(numbers[0]) || !IsAsleep(numbers[1]))
+        // The first one once more: it may have slept for what the second one held on its way.
+        while (!IsAsleep(numbers[0]) || !IsAsleep(numbers[1]) || !IsAsleep(numbers[0]))
             std::this_thread::yield();
         SetEvent(event);
         SetEvent(event);
@@ -192,7 +193,7 @@ TEST(NamedEvent, AnswersBetweenProcesses)
         ChildProcess child = role->Start(rounds);
         for (int i = 0; i < rounds; ++i) {
             ASSERT_TRUE(SetEvent(ping));
-            ASSERT_EQ(WaitForSingleObject(pong, 10'000), WAIT_OBJECT_0) << i;
+            ASSERT_EQ(WaitForSingleObject(pong, 100'000), WAIT_OBJECT_0) << i;
         }
         EXPECT_EQ(child.Wait(), 0);
     }
@@ -205,11 +206,11 @@ TEST(NamedMutex, OfAKilledProcessIsAbandoned)
     const OwnedHandle mutex = NamedMutex(u"held");
     const OwnedHandle local = Event();
     ChildProcess child = holds.Start(0);
-    ASSERT_EQ(WaitForSingleObject(holding, 10'000), WAIT_OBJECT_0);
+    ASSERT_EQ(WaitForSingleObject(holding, 100'000), WAIT_OBJECT_0);
     ASSERT_EQ(LookAt({mutex}), WAIT_TIMEOUT);
     std::atomic<std::uint32_t> result{0};
     std::thread waiter([&] {
-        result = WaitForAny({local, mutex}, 10'000);
+        result = WaitForAny({local, mutex}, 100'000);
         ReleaseMutex(mutex);
     });
     child.Kill();
@@ -222,7 +223,7 @@ TEST(NamedMutex, OfAKilledProcessIsAbandoned)
 // However many begin at once, and whatever somebody else has made of the same name or under such names.
 TEST(NamedObject, IsTheUsersAloneInOneFolder)
 {
-    if (::geteuid() != 0)
+    if (Forked([] { return ::setuid(NewUser()); }).Wait() != 0)
         GTEST_SKIP() << "only the administrator can become another user";
     const OwnedHandle foreignEvent = NamedEvent(u"agreed");
     SetEvent(foreignEvent);
@@ -231,6 +232,9 @@ TEST(NamedObject, IsTheUsersAloneInOneFolder)
     const std::string start =
         "/dev/shm/tessel-objects-" + std::to_string(NewUser()) + '-' + std::to_string(space.st_ino) + '-';
     const std::filesystem::path foreign[] = {start + "folder", start + "link", start + "file"};
+    RemoveFoldersOf(NewUser()); // a run that was killed had the number of this one
+    for (const std::filesystem::path& left : foreign)
+        std::filesystem::remove(left);
     std::filesystem::create_directory(foreign[0]);
     ::chmod(foreign[0].c_str(), 01700);
     std::filesystem::create_symlink(foreign[0], foreign[1]);

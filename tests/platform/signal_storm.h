@@ -33,7 +33,7 @@ inline void SendSignals(SignalLedger& ledger, const std::vector<OwnedHandle>& ev
                 ++ledger.sent;
                 Platform::SetEvent(events[i]);
             }
-    for (const Clock::time_point end = Clock::now() + std::chrono::seconds(10);
+    for (const Clock::time_point end = Clock::now() + std::chrono::seconds(100);
          ledger.taken != ledger.sent && Clock::now() < end;)
         std::this_thread::yield();
     ledger.isOver = true;
