@@ -88,11 +88,12 @@ TEST(MultiBlockerStorm, LosesNoInterruptAndInventsNone)
     Targets targets;
     std::atomic<std::uint64_t> sent{0};
     std::atomic<std::uint64_t> taken{0};
-    std::atomic<unsigned> living{3};
+    constexpr unsigned count = 3;
+    std::atomic<unsigned> living{count};
     const std::size_t before = CountThreads();
 
     std::vector<FacePtr<Mt::Thread>> callers;
-    for (const unsigned seed : {1U, 2U, 3U})
+    for (unsigned seed = 1; seed <= count; ++seed)
         callers.push_back(Start([&, seed] {
             std::minstd_rand random(seed);
             AsTarget(targets, [&] {

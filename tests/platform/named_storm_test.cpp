@@ -67,10 +67,10 @@ int LiveDangerously(int seed)
             std::vector<Handle> chosen = Choose(random, mutexes, 1);
             if (random() % 2 == 0)
                 chosen.push_back(never);
-            std::uint32_t result =
-                WaitForMultipleObjects(static_cast<std::uint32_t>(chosen.size()), chosen.data(), 100'000);
-            if (result == WAIT_TIMEOUT || result == WAIT_FAILED)
-                return 2; // somebody who was killed has held it up
+            const std::uint32_t result =
+                WaitForMultipleObjects(static_cast<std::uint32_t>(chosen.size()), chosen.data(), INFINITE);
+            if (result == WAIT_FAILED)
+                return 2;
             const bool isAbandoned = result >= WAIT_ABANDONED_0;
             const Handle mutex = chosen[result - (isAbandoned ? WAIT_ABANDONED_0 : 0)];
             const std::size_t place = PlaceOf(mutex, mutexes);

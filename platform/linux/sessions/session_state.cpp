@@ -3,7 +3,6 @@
 #include "platform/errors.h"
 
 #include <charconv>
-#include <utility>
 
 namespace Platform {
 
@@ -87,11 +86,13 @@ bool Told::TellBegins(const SessionState& now) noexcept
 
 bool Told::TellLock(bool now) noexcept
 {
-    if (isLockToRepeat && !Post(now ? WTS_SESSION_LOCK : WTS_SESSION_UNLOCK))
+    if (isLocked == now && !isLockToRepeat)
+        return true;
+    if (!Post(now ? WTS_SESSION_LOCK : WTS_SESSION_UNLOCK))
         return false;
-    if (std::exchange(isLockToRepeat, false))
-        isLocked = now;
-    return Turn(isLocked, now, WTS_SESSION_LOCK, WTS_SESSION_UNLOCK);
+    isLocked = now;
+    isLockToRepeat = false;
+    return true;
 }
 
 bool Told::Turn(bool& told, bool now, std::uint64_t begin, std::uint64_t end) noexcept
